@@ -1,0 +1,18 @@
+if(SONDREL_SANITIZE STREQUAL "address")
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+elseif(SONDREL_SANITIZE STREQUAL "thread")
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+elseif(SONDREL_SANITIZE STREQUAL "undefined")
+  add_compile_options(-fsanitize=undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=undefined)
+elseif(NOT SONDREL_SANITIZE STREQUAL "")
+  message(FATAL_ERROR "SONDREL_SANITIZE must be address, thread, undefined or empty")
+endif()
+
+# Fuzz builds instrument the library for coverage; each fuzz target adds the driver.
+if(SONDREL_BUILD_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

@@ -1,0 +1,37 @@
+#include "frame/users.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <vector>
+
+namespace sondrel {
+
+namespace {
+constexpr uint32_t kFirstLoginUid = 1000;
+constexpr uint32_t kNobodyUid = 65534;
+}  // namespace
+
+bool isLoginAccount(const UserAccount& account) {
+  if (account.name.empty() || account.home.empty()) return false;
+  if (account.uid < kFirstLoginUid || account.uid == kNobodyUid) return false;
+  const std::string& shell = account.shell;
+  return !(shell.ends_with("/nologin") || shell.ends_with("/false"));
+}
+
+namespace CommonUtils {
+
+std::optional<std::string> homeDirectoryForUser(const std::string& name) {
+  long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
+  std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 16384);
+  passwd entry{};
+  passwd* found = nullptr;
+  if (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
+    return std::nullopt;
+  }
+  if (found->pw_dir == nullptr || found->pw_dir[0] == '\0') return std::nullopt;
+  return std::string(found->pw_dir);
+}
+
+}  // namespace CommonUtils
+}  // namespace sondrel

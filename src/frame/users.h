@@ -1,0 +1,31 @@
+#pragma once
+// The machine's local people: their account names and home folders.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sondrel {
+
+struct UserAccount {
+  std::string name;
+  uint32_t uid = 0;
+  std::string home;
+  std::string shell;
+};
+
+// A person who can log in, as opposed to root, daemons and service accounts.
+[[nodiscard]] bool isLoginAccount(const UserAccount& account);
+
+namespace CommonUtils {
+
+// Local user account names (macOS: the local identity authority; Linux: the
+// password database, login accounts only).
+[[nodiscard]] std::vector<std::string> listUsers();
+
+// The home folder of a user, or nothing when the user is unknown.
+[[nodiscard]] std::optional<std::string> homeDirectoryForUser(const std::string& name);
+
+}  // namespace CommonUtils
+}  // namespace sondrel

@@ -1,0 +1,69 @@
+// sondrel-inspect: runs one of the library's parsers over a saved file and
+// prints what it understood as JSON, for checking real samples by hand.
+
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "common/json_writer.h"
+#include "frame/file_utils.h"
+#include "frame/plist_value.h"
+#include "inspect/plist_json.h"
+
+using namespace sondrel;
+using namespace sondrel::tools;
+
+namespace {
+
+using Command = std::function<int(const std::vector<std::string>& arguments)>;
+
+int printPlist(const std::vector<std::string>& arguments) {
+  if (arguments.size() != 1) {
+    std::fputs("usage: sondrel-inspect plist FILE\n", stderr);
+    return 2;
+  }
+  auto bytes = readFileCapped(arguments[0]);
+  if (!bytes) {
+    std::fprintf(stderr, "sondrel-inspect: cannot read %s\n", arguments[0].c_str());
+    return 1;
+  }
+  auto value = parsePlist(*bytes);
+  if (!value) {
+    std::fprintf(stderr, "sondrel-inspect: %s is not a property list\n", arguments[0].c_str());
+    return 1;
+  }
+  JsonWriter json;
+  writePlistJson(json, *value);
+  std::puts(json.str().c_str());
+  return 0;
+}
+
+const std::map<std::string, Command>& commands() {
+  static const std::map<std::string, Command> table = {
+      {"plist", printPlist},
+  };
+  return table;
+}
+
+void printUsage() {
+  std::fputs("usage: sondrel-inspect COMMAND ARGUMENTS\ncommands:", stderr);
+  for (const auto& [name, command] : commands()) std::fprintf(stderr, " %s", name.c_str());
+  std::fputc('\n', stderr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    printUsage();
+    return 2;
+  }
+  const auto found = commands().find(argv[1]);
+  if (found == commands().end()) {
+    printUsage();
+    return 2;
+  }
+  return found->second(std::vector<std::string>(argv + 2, argv + argc));
+}
