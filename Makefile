@@ -36,7 +36,7 @@ FUZZ_SECONDS ?= 30
 fuzz: deps
 	@CC=clang-14 CXX=clang++-14 cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DSONDREL_BUILD_FUZZERS=ON -DSONDREL_BUILD_TESTS=OFF -DSONDREL_BUILD_BENCHMARKS=OFF >/dev/null
-	@cmake --build build/fuzz -j $(JOBS)
+	@cmake --build build/fuzz -j $(JOBS) --target fuzzers
 	@sh scripts/run-fuzzers.sh build/fuzz/bin fuzz/seeds $(FUZZ_SECONDS)
 
 clean:

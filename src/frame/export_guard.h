@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "frame/logger.h"
+#include "frame/utf8.h"
 
 namespace sondrel {
 
@@ -35,8 +36,6 @@ Result guardQuery(std::string_view exportName, Result fallback, Body&& body) noe
   guardExport(exportName, [&] { result = body(); });
   return result;
 }
-
-[[nodiscard]] bool isValidUtf8(std::string_view text);
 
 // A caller's text as a string: null, or bytes that are not UTF-8, give "".
 [[nodiscard]] std::string utf8OrEmpty(const char* text);

@@ -12,6 +12,7 @@
 
 #include "frame/logger.h"
 #include "frame/owned.h"
+#include "frame/utf8.h"
 
 namespace sondrel {
 
@@ -137,6 +138,10 @@ std::vector<std::string> getFiles(const std::vector<std::string>& suffixes, cons
     while (const dirent* entry = ::readdir(directory)) {
       const std::string_view name(entry->d_name);
       if (name.empty() || name.front() == '.') continue;
+      if (!isValidUtf8(name)) {
+        Logger::logWarning("Skipping a file whose name is not UTF-8 in {}", folder);
+        continue;
+      }
       const bool matches = std::any_of(suffixes.begin(), suffixes.end(),
                                        [&](const std::string& suffix) { return name.ends_with(suffix); });
       if (matches) names.emplace_back(name);

@@ -36,7 +36,7 @@ inline constexpr size_t kMaxInputFileBytes = 16 * 1024 * 1024;
 namespace CommonUtils {
 
 // Regular files directly inside each folder (no hidden entries, no folders,
-// no symbolic links) whose name ends in one of suffixes, folder by folder in
+// no symbolic links, no names that are not UTF-8) whose name ends in one of suffixes, folder by folder in
 // the given order, names sorted within a folder.
 [[nodiscard]] std::vector<std::string> getFiles(const std::vector<std::string>& suffixes,
                                                 const std::vector<std::string>& folders);

@@ -22,6 +22,7 @@ TEST(GetFiles, KeepsRegularFilesWithAMatchingSuffixFolderByFolder) {
   root.write("system/looks.crash/inside.crash", "a folder named like a report is not one");
   root.write("system/Retired/old.ips", "sub-folders are not entered");
   root.write("user/tips", "a plain suffix test: 'tips' ends in 'ips'");
+  root.write("user/bad-\xff.ips", "a name that is not UTF-8 is not a report macOS wrote");
   ASSERT_EQ(::symlink((root / "system/a.ips").c_str(), (root / "user/link.ips").c_str()), 0);
 
   const auto files = getFiles({"crash", "ips"}, {root / "user", root / "missing", root / "system/"});

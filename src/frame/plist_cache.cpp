@@ -66,7 +66,7 @@ PlistDictionary getPlistAttributes(const std::vector<std::string>& keys, const s
     return found;
   }
   for (const auto& key : keys) {
-    if (const PlistValue* value = root->find(key)) found.emplace_back(key, *value);
+    if (const PlistValue* value = root->find(key)) found.push_back(PlistEntry{key, *value});
   }
   return found;
 }

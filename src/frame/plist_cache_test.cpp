@@ -124,6 +124,25 @@ TEST(PlistValue, EveryKindSurvivesABinaryRoundTrip) {
   EXPECT_EQ(*decoded, original);
 }
 
+TEST(PlistValue, TextWithANulByteIsReadNotAborted) {
+  const std::string xml = std::string("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>Label</key><string>a") +
+                          '\0' + "b</string></dict></plist>";
+  auto value = parsePlist(xml);
+  ASSERT_TRUE(value);
+  ASSERT_NE(value->find("Label"), nullptr);
+  EXPECT_TRUE(value->find("Label")->asString()->starts_with("a"));
+}
+
+TEST(PlistValue, TextThatCannotBeWrittenFaithfullyIsRefusedNotCorrupted) {
+  EXPECT_FALSE(encodeBinaryPlist(PlistValue{PlistArray{PlistValue{std::string("\xf8not utf-8")}}}));
+  EXPECT_FALSE(encodeBinaryPlist(PlistValue{PlistArray{PlistValue{std::string("cut\0here", 8)}}}));
+  EXPECT_FALSE(encodeBinaryPlist(PlistValue{PlistDictionary{{"k\xff", PlistValue{true}}}}));
+  testing::TempFolder folder;
+  testing::LogCapture logs;
+  cacheStringArray({"fine", "\xc3("}, folder / "cache.plist");
+  EXPECT_TRUE(logs.contains("Failed to cache data to file: " + folder / "cache.plist"));
+}
+
 TEST(PlistValue, RejectsWhatIsNotAPropertyList) {
   EXPECT_FALSE(parsePlist(""));
   EXPECT_FALSE(parsePlist("bplist00"));

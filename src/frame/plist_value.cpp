@@ -2,6 +2,8 @@
 
 #include <plist/plist.h>
 
+#include "frame/utf8.h"
+
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -38,17 +40,12 @@ std::optional<PlistValue> fromNode(plist_t node, int depth) {
       plist_get_real_val(node, &number);
       return PlistValue{number};
     }
-    case PLIST_STRING:
-    case PLIST_KEY: {
-      char* text = nullptr;
-      if (plist_get_node_type(node) == PLIST_STRING) {
-        plist_get_string_val(node, &text);
-      } else {
-        plist_get_key_val(node, &text);
-      }
-      std::string copy = text ? text : "";
-      std::free(text);
-      return PlistValue{std::move(copy)};
+    case PLIST_STRING: {
+      // By pointer and length: the copying getter asserts (and aborts the
+      // process) on a string holding a NUL byte, which any file may contain.
+      uint64_t length = 0;
+      const char* text = plist_get_string_ptr(node, &length);
+      return PlistValue{text ? std::string(text, length) : std::string()};
     }
     case PLIST_DATA: {
       uint64_t length = 0;
@@ -95,7 +92,7 @@ std::optional<PlistValue> fromNode(plist_t node, int depth) {
           std::free(iterator);
           return std::nullopt;
         }
-        entries.emplace_back(std::move(name), std::move(*value));
+        entries.push_back(PlistEntry{std::move(name), std::move(*value)});
       }
       std::free(iterator);
       return PlistValue{std::move(entries)};
@@ -103,6 +100,28 @@ std::optional<PlistValue> fromNode(plist_t node, int depth) {
     default:
       return std::nullopt;
   }
+}
+
+// Text the binary writer can encode: valid UTF-8 without NUL bytes (a NUL
+// would silently cut the text; invalid UTF-8 yields a file no one can read).
+bool isEncodableText(std::string_view text) {
+  return text.find('\0') == std::string_view::npos && isValidUtf8(text);
+}
+
+bool isEncodable(const PlistValue& value, int depth) {
+  if (depth > kMaxDepth) return false;
+  if (const auto* text = value.asString()) return isEncodableText(*text);
+  if (const auto* items = value.asArray()) {
+    for (const auto& item : *items) {
+      if (!isEncodable(item, depth + 1)) return false;
+    }
+  }
+  if (const auto* entries = value.asDictionary()) {
+    for (const auto& [key, item] : *entries) {
+      if (!isEncodableText(key) || !isEncodable(item, depth + 1)) return false;
+    }
+  }
+  return true;
 }
 
 plist_t toNode(const PlistValue& value) {
@@ -138,6 +157,8 @@ plist_t toNode(const PlistValue& value) {
 
 }  // namespace
 
+bool PlistValue::operator==(const PlistValue& other) const { return value == other.value; }
+
 const PlistValue* PlistValue::find(std::string_view key) const {
   const auto* entries = asDictionary();
   if (entries == nullptr) return nullptr;
@@ -161,6 +182,7 @@ std::optional<PlistValue> parsePlist(std::string_view bytes) {
 }
 
 std::optional<std::string> encodeBinaryPlist(const PlistValue& value) {
+  if (!isEncodable(value, 0)) return std::nullopt;
   OwnedPlist root(toNode(value));
   char* bytes = nullptr;
   uint32_t length = 0;

@@ -13,9 +13,11 @@
 namespace sondrel {
 
 struct PlistValue;
+struct PlistEntry;
 using PlistArray = std::vector<PlistValue>;
-// Keys in file order.
-using PlistDictionary = std::vector<std::pair<std::string, PlistValue>>;
+// Keys in file order. Entries are a named type, not std::pair: a pair of an
+// incomplete type may not be instantiated inside PlistValue's own definition.
+using PlistDictionary = std::vector<PlistEntry>;
 using PlistData = std::vector<uint8_t>;
 struct PlistDate {
   double secondsSince1970 = 0;
@@ -30,10 +32,18 @@ struct PlistValue {
   [[nodiscard]] const PlistDictionary* asDictionary() const { return std::get_if<PlistDictionary>(&value); }
   // The value under key of a dictionary; null for a missing key or a non-dictionary.
   [[nodiscard]] const PlistValue* find(std::string_view key) const;
-  bool operator==(const PlistValue&) const = default;
+  // Out of line: the type is incomplete inside its own definition.
+  bool operator==(const PlistValue& other) const;
+};
+
+struct PlistEntry {
+  std::string first;
+  PlistValue second;
+  bool operator==(const PlistEntry&) const = default;
 };
 
 [[nodiscard]] std::optional<PlistValue> parsePlist(std::string_view bytes);
+// Nothing when a string or key is not UTF-8 or holds a NUL byte.
 [[nodiscard]] std::optional<std::string> encodeBinaryPlist(const PlistValue& value);
 
 }  // namespace sondrel
