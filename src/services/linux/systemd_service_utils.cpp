@@ -12,8 +12,11 @@ namespace sondrel {
 
 namespace {
 
-const std::vector<std::string> kListUnits = {"list-units", "--type=service", "--all",
-                                              "--plain",    "--no-legend",    "--no-pager"};
+// A function, not a global: a query still running after a timeout may outlive
+// the globals at exit.
+std::vector<std::string> listUnitsArgs() {
+  return {"list-units", "--type=service", "--all", "--plain", "--no-legend", "--no-pager"};
+}
 
 // A user manager is reached through the machine's user@ transport.
 std::vector<std::string> userScope(const std::string& userName) { return {"--user", "--machine=" + userName + "@"}; }
@@ -79,7 +82,7 @@ std::optional<std::vector<SystemdServiceUtils::Listed>> SystemdServiceUtils::lis
   for (size_t index = 0; index < userNames.size(); ++index) {
     group.async(execQueue_, [shared, index, name = userNames[index], factory = runnerFactory_,
                              systemctl = locations_.systemctl] {
-      auto args = kListUnits;
+      auto args = listUnitsArgs();
       for (auto& arg : userScope(name)) args.push_back(std::move(arg));
       const auto output = runSystemctl(factory, systemctl, args);
       if (!output) {
@@ -108,7 +111,7 @@ std::optional<std::vector<ServiceInfo>> SystemdServiceUtils::getServices() {
     reportUnavailable(locations_.systemctl + " is not there, so this machine has no systemd to ask.");
     return std::nullopt;
   }
-  const auto systemList = runSystemctl(runnerFactory_, locations_.systemctl, kListUnits);
+  const auto systemList = runSystemctl(runnerFactory_, locations_.systemctl, listUnitsArgs());
   if (!systemList) {
     reportUnavailable(locations_.systemctl + " list-units failed; systemd does not run this machine.");
     return std::nullopt;
@@ -149,6 +152,7 @@ std::optional<std::vector<ServiceInfo>> SystemdServiceUtils::getServices() {
     UnitDetails known{unitFiles_.programOf(entry.unit.name, unitDirsFor(entry.userName)), std::nullopt};
     const bool askPid = !entry.userName && entry.unit.active == "active";
     if (known.program && !askPid) {
+      std::lock_guard guard(shared->lock);
       shared->details.emplace(index, std::move(known));
       continue;
     }
