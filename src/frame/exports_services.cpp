@@ -1,20 +1,40 @@
 // Register and unregister of the service family.
 
+#include <algorithm>
+#include <chrono>
+
 #include "frame/export_guard.h"
 #include "frame/logger.h"
+#include "frame/slots.h"
+#include "services/platform_service_utils.h"
+#include "services/service_change_events.h"
 #include "sondrel/sondrel.h"
 
 using namespace sondrel;
 
 extern "C" {
 
-SONDREL_EXPORT void registerServiceEventsCallback(ServiceEventCallback, const char* cachePath, uint32_t) {
-  guardExport("registerServiceEventsCallback",
-              [&] { Logger::logDebug("::registerServiceEventsCallback with cache {}", rawText(cachePath)); });
+SONDREL_EXPORT void registerServiceEventsCallback(ServiceEventCallback callback, const char* cachePath,
+                                                  uint32_t interval) {
+  guardExport("registerServiceEventsCallback", [&] {
+    Logger::logDebug("::registerServiceEventsCallback with cache {}", rawText(cachePath));
+    // This family converts its path before looking at the slot, unlike the others.
+    const std::string cacheFolder = utf8OrEmpty(cachePath);
+    // A zero interval would make the timer spin; one second is the shortest we poll.
+    const std::chrono::seconds period(std::max<uint32_t>(interval, 1));
+    Slots::serviceChangeEvents().registerOnce(
+        [&]() -> std::shared_ptr<IEventSource> {
+          return ServiceChangeEvents::create(cacheFolder, period, makePlatformServiceUtils());
+        },
+        [&](IEventSource& source) { static_cast<ServiceChangeEvents&>(source).startListening(callback); });
+  });
 }
 
 SONDREL_EXPORT void unregisterServiceEventsCallback(void) {
-  guardExport("unregisterServiceEventsCallback", [&] { Logger::logDebug(":: unregisterServiceEventsCallback"); });
+  guardExport("unregisterServiceEventsCallback", [&] {
+    Logger::logDebug(":: unregisterServiceEventsCallback");
+    Slots::serviceChangeEvents().unregister([](IEventSource& source) { source.stopListening(); });
+  });
 }
 
 }  // extern "C"

@@ -11,6 +11,7 @@
 #include "frame/file_utils.h"
 #include "frame/plist_value.h"
 #include "inspect/plist_json.h"
+#include "inspect/service_commands.h"
 
 using namespace sondrel;
 using namespace sondrel::tools;
@@ -43,6 +44,10 @@ int printPlist(const std::vector<std::string>& arguments) {
 const std::map<std::string, Command>& commands() {
   static const std::map<std::string, Command> table = {
       {"plist", printPlist},
+      {"launchctl-list", inspectLaunchctlList},
+      {"launchctl-service", inspectLaunchctlService},
+      {"dscl-users", inspectDsclUsers},
+      {"services", inspectServices},
   };
   return table;
 }

@@ -1,0 +1,8 @@
+#include "services/linux/systemd_service_utils.h"
+#include "services/platform_service_utils.h"
+
+namespace sondrel {
+
+std::shared_ptr<IServiceUtils> makePlatformServiceUtils() { return std::make_shared<SystemdServiceUtils>(); }
+
+}  // namespace sondrel
