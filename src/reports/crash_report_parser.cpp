@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <charconv>
-#include <re2/re2.h>
 
 #include "frame/app_attributes.h"
 #include "frame/export_guard.h"
 #include "frame/file_utils.h"
 #include "frame/json_blocks.h"
 #include "frame/logger.h"
+#include "reports/binary_image_line.h"
 #include "reports/report_date.h"
 #include "reports/report_text.h"
 #include "reports/signing_time.h"
@@ -55,11 +55,6 @@ bool isFrameLine(std::string_view line) {
   // ".+" needs one character that is not a line end; a trailing blank that
   // the regular expression would take is already trimmed away.
   return at < line.size() || at - spacesFrom > 1;
-}
-
-const RE2& binaryImagePattern() {
-  static const RE2 pattern(R"(^0x[a-f0-9]+\s+-\s+0x[a-f0-9]+\s+\+?(\S+)\s+\((.+)\)\s+<.+>\s+(.+))");
-  return pattern;
 }
 
 std::string jsonNumberText(const simdjson::dom::element& value) {
@@ -269,13 +264,12 @@ void CrashReportParser::parseProperties(std::string_view line) {
 }
 
 void CrashReportParser::parseModuleInfo(std::string_view line) {
-  re2::StringPiece name, version, path;
-  if (!RE2::PartialMatch(re2::StringPiece(line.data(), line.size()), binaryImagePattern(), &name, &version, &path)) {
+  const auto fields = matchBinaryImageLine(line);
+  if (!fields) {
     Logger::logDebug("failed to parse binary info for ({})", line);
     return;
   }
-  ModuleInfo module{std::string(name.data(), name.size()), std::string(version.data(), version.size()),
-                    std::string(path.data(), path.size())};
+  ModuleInfo module{std::string(fields->name), std::string(fields->version), std::string(fields->path)};
   auto key = module.name;
   moduleMap.insert_or_assign(std::move(key), std::move(module));
 }
@@ -305,7 +299,11 @@ void CrashReportParser::retrieveCrashAppAttributes() {
   crashInfo->application = property("Identifier");
   crashInfo->version = property("Version");
   crashInfo->appPath = property("Path");
-  if (const auto uid = parseUnsignedDecimal(property("User ID"))) crashInfo->user = loginNameForUid(*uid);
+  if (const auto uid = parseUnsignedDecimal(property("User ID"))) {
+    auto found = userNames_.find(*uid);
+    if (found == userNames_.end()) found = userNames_.emplace(*uid, loginNameForUid(*uid)).first;
+    crashInfo->user = found->second;
+  }
   crashInfo->crashTime = wholeSecondsOrZero(parseReportDate(property("Date/Time")));
   const auto attributes = CommonUtils::getAppAttributes({"NSHumanReadableCopyright"}, crashInfo->appPath);
   if (const auto found = attributes.find("NSHumanReadableCopyright"); found != attributes.end()) {

@@ -72,6 +72,9 @@ class CrashReportParser {
   std::vector<std::string> crashKeys;
   bool isIpsFile = false;
   simdjson::dom::parser jsonParser_;
+  // Account lookups go through the name services and cost far more than a
+  // parse; a source sees the same few users again and again.
+  std::map<uint32_t, std::string> userNames_;
 };
 
 }  // namespace sondrel
