@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -23,15 +24,36 @@ struct PlistDate {
 };
 
 struct PlistValue {
-  std::variant<bool, int64_t, double, std::string, PlistData, PlistDate, PlistArray, PlistDictionary> value;
+  using Variant = std::variant<bool, int64_t, double, std::string, PlistData, PlistDate, PlistArray, PlistDictionary>;
+  Variant value;
+
+  // Declared here and defaulted below the class: clang instantiates the
+  // variant's special members eagerly and needs PlistValue complete for that.
+  PlistValue();
+  template <typename T, typename = std::enable_if_t<std::is_constructible_v<Variant, T&&> &&
+                                                    !std::is_same_v<std::decay_t<T>, PlistValue>>>
+  PlistValue(T&& alternative) : value(std::forward<T>(alternative)) {}  // NOLINT: implicit like the variant
+  PlistValue(const PlistValue&);
+  PlistValue(PlistValue&&) noexcept;
+  PlistValue& operator=(const PlistValue&);
+  PlistValue& operator=(PlistValue&&) noexcept;
+  ~PlistValue();
 
   [[nodiscard]] const std::string* asString() const { return std::get_if<std::string>(&value); }
   [[nodiscard]] const PlistArray* asArray() const { return std::get_if<PlistArray>(&value); }
   [[nodiscard]] const PlistDictionary* asDictionary() const { return std::get_if<PlistDictionary>(&value); }
   // The value under key of a dictionary; null for a missing key or a non-dictionary.
   [[nodiscard]] const PlistValue* find(std::string_view key) const;
-  bool operator==(const PlistValue&) const = default;
+  bool operator==(const PlistValue& other) const;
 };
+
+inline PlistValue::PlistValue() = default;
+inline PlistValue::PlistValue(const PlistValue&) = default;
+inline PlistValue::PlistValue(PlistValue&&) noexcept = default;
+inline PlistValue& PlistValue::operator=(const PlistValue&) = default;
+inline PlistValue& PlistValue::operator=(PlistValue&&) noexcept = default;
+inline PlistValue::~PlistValue() = default;
+inline bool PlistValue::operator==(const PlistValue& other) const { return value == other.value; }
 
 [[nodiscard]] std::optional<PlistValue> parsePlist(std::string_view bytes);
 [[nodiscard]] std::optional<std::string> encodeBinaryPlist(const PlistValue& value);
