@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "frame/export_guard.h"
 #include "reports/binary_image_line.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -15,6 +16,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (auto& c : line) {
     if (c == '\n') c = ' ';  // the reader gets lines, never a line feed
   }
+  // Report text is checked to be UTF-8 before it is parsed, and RE2 reads
+  // invalid bytes differently from the byte-wise reader.
+  if (!sondrel::isValidUtf8(line)) return 0;
   std::string name, version, path;
   const bool matched = RE2::PartialMatch(line, pattern, &name, &version, &path);
   const auto fields = sondrel::matchBinaryImageLine(line);

@@ -4,7 +4,8 @@
 //   ^0x[a-f0-9]+\s+-\s+0x[a-f0-9]+\s+\+?(\S+)\s+\((.+)\)\s+<.+>\s+(.+)
 // (greedy groups: the version runs to the last ")" that a "<…>" and a path
 // follow, the path starts after the last such ">"). Linear in the line,
-// which holds no line feed (the report is split into lines first).
+// which holds no line feed (the report is split into lines first) and is
+// valid UTF-8 (reports are checked when read).
 
 #include <optional>
 #include <string_view>
