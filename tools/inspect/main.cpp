@@ -11,6 +11,7 @@
 #include "frame/file_utils.h"
 #include "frame/plist_value.h"
 #include "inspect/plist_json.h"
+#include "inspect/report_commands.h"
 #include "inspect/service_commands.h"
 
 using namespace sondrel;
@@ -43,6 +44,9 @@ int printPlist(const std::vector<std::string>& arguments) {
 
 const std::map<std::string, Command>& commands() {
   static const std::map<std::string, Command> table = {
+      {"crash", [](const auto& paths) { return inspectCrashReports(paths, stdout); }},
+      {"hang", [](const auto& paths) { return inspectHangReports(paths, stdout); }},
+      {"panic", [](const auto& paths) { return inspectPanicReports(paths, stdout); }},
       {"plist", printPlist},
       {"launchctl-list", inspectLaunchctlList},
       {"launchctl-service", inspectLaunchctlService},
