@@ -61,7 +61,8 @@ GPUPerfInfo gpuFromAccelerator(const RegistryEntry& entry, std::span<const Displ
       if (percent && *percent >= 0) gpu.utilization = static_cast<uint32_t>(*percent);
     }
   }
-  // Every Mac's Intel and Apple graphics share the system memory.
+  // Every Mac's Intel and Apple graphics share the system memory; Apple
+  // silicon's processor hangs off no PCI bus and has no ids at all.
   gpu.integrated = gpu.vendorId == kIntelVendorId || gpu.vendorId == kAppleVendorId || gpu.vendorId == 0;
   for (const auto& adapter : adapters) {
     if (gpu.deviceId != 0 && adapter.deviceId != gpu.deviceId) continue;
