@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "perf/block_device_statistics.h"
 #include "perf/io_registry.h"
 
 namespace sondrel {
@@ -25,15 +26,6 @@ class IDiskPerfInfoProvider {
  public:
   virtual ~IDiskPerfInfoProvider() = default;
   virtual std::optional<DiskPerfInfo> tryGetPerfInfo() = 0;
-};
-
-// Cumulative counters of one disk since it appeared.
-struct BlockDeviceStatistics {
-  std::string name;  // BSD name ("disk0") or kernel name ("nvme0n1")
-  uint64_t reads = 0;
-  uint64_t writes = 0;
-  uint64_t bytesRead = 0;
-  uint64_t bytesWritten = 0;
 };
 
 struct BlockDeviceReading {

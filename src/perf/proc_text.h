@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "perf/cpu_perf_info.h"
-#include "perf/disk_perf_info.h"
+#include "perf/block_device_statistics.h"
 #include "perf/memory_perf_info.h"
 
 namespace sondrel {
