@@ -149,9 +149,9 @@ typedef struct gpu_utilization_t {
   char model[256];
   uint32_t vendor_id;    /* PCI vendor id */
   uint32_t device_id;    /* PCI device id */
-  uint64_t total_memory; /* bytes */
+  uint64_t total_memory; /* bytes of dedicated memory; 0 when it shares system memory */
   uint32_t integrated;   /* 1 for an integrated processor */
-  uint32_t utilization;  /* percent */
+  uint32_t utilization;  /* percent busy */
 } gpu_utilization_t;
 
 typedef struct network_info_t {
@@ -170,8 +170,8 @@ typedef struct disk_info_t {
 typedef struct memory_info_t {
   uint64_t total_physical;         /* bytes */
   uint64_t committed_bytes_in_use; /* bytes */
-  float usage_percent;
-  float paging_file_usage; /* percent */
+  float usage_percent;     /* in use against total, two decimals */
+  float paging_file_usage; /* percent of total held by file-backed pages, two decimals */
 } memory_info_t;
 
 typedef struct thermal_info_t {

@@ -1,0 +1,66 @@
+// The device classes of sysfs: /sys/class/<class>/<device>/<attribute>.
+
+#include "perf/io_registry.h"
+
+#include "perf/linux/small_file.h"
+
+namespace sondrel {
+
+namespace {
+
+// "temp*_input" against "temp12_input".
+bool matchesPattern(std::string_view name, std::string_view pattern) {
+  const auto star = pattern.find('*');
+  if (star == std::string_view::npos) return name == pattern;
+  const auto prefix = pattern.substr(0, star);
+  const auto suffix = pattern.substr(star + 1);
+  return name.size() >= prefix.size() + suffix.size() && name.starts_with(prefix) && name.ends_with(suffix);
+}
+
+std::string trimmed(std::string text) {
+  while (!text.empty() && (text.back() == '\n' || text.back() == ' ' || text.back() == '\0')) text.pop_back();
+  return text;
+}
+
+constexpr size_t kAttributeCap = 4096;
+
+}  // namespace
+
+std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view className,
+                                                              std::span<const std::string_view> keys) const {
+  const std::string classFolder = root_ + "/sys/class/" + std::string(className);
+  UniqueDir probe(::opendir(classFolder.c_str()));
+  if (!probe) return std::nullopt;
+  probe.reset();
+
+  std::vector<RegistryEntry> result;
+  for (const auto& device : listFolder(classFolder)) {
+    RegistryEntry entry;
+    entry.name = device;
+    const std::string deviceFolder = classFolder + "/" + device;
+    std::vector<std::string> files;
+    bool listed = false;
+    for (const auto key : keys) {
+      if (key.find('*') == std::string_view::npos) {
+        if (auto text = readKernelFile(deviceFolder + "/" + std::string(key), kAttributeCap)) {
+          entry.properties.emplace_back(std::string(key), PlistValue{trimmed(std::move(*text))});
+        }
+        continue;
+      }
+      if (!listed) {
+        files = listFolder(deviceFolder);
+        listed = true;
+      }
+      for (const auto& file : files) {
+        if (!matchesPattern(file, key)) continue;
+        if (auto text = readKernelFile(deviceFolder + "/" + file, kAttributeCap)) {
+          entry.properties.emplace_back(file, PlistValue{trimmed(std::move(*text))});
+        }
+      }
+    }
+    result.push_back(std::move(entry));
+  }
+  return result;
+}
+
+}  // namespace sondrel

@@ -1,0 +1,28 @@
+#pragma once
+// Reads a kernel-generated file (/proc, /sys) quietly: a missing attribute is
+// normal there, and the callers say what its absence means.
+
+#include <dirent.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sondrel {
+
+// The file's content, at most maxBytes; nothing when it can't be opened or read.
+[[nodiscard]] std::optional<std::string> readKernelFile(const std::string& path, size_t maxBytes = 1 << 20);
+
+struct DirCloser {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+using UniqueDir = std::unique_ptr<DIR, DirCloser>;
+
+// The names in a folder but "." entries, sorted; empty when it can't be listed.
+[[nodiscard]] std::vector<std::string> listFolder(const std::string& path);
+
+// Seconds since boot, sleep included, as the kernel's cumulative counters count.
+[[nodiscard]] double secondsSinceBoot();
+
+}  // namespace sondrel
