@@ -30,7 +30,7 @@ PlistValue dictionaryValue(CFDictionaryRef dictionary, int depth) {
     if (CFGetTypeID(key) != CFStringGetTypeID()) continue;
     auto name = toUtf8(static_cast<CFStringRef>(key));
     if (!name) continue;
-    result.emplace_back(std::move(*name), toPlistValue(static_cast<CFTypeRef>(values[static_cast<size_t>(i)]), depth + 1));
+    result.push_back(PlistEntry{std::move(*name), toPlistValue(static_cast<CFTypeRef>(values[static_cast<size_t>(i)]), depth + 1)});
   }
   return PlistValue{std::move(result)};
 }
@@ -107,7 +107,7 @@ std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view c
     for (size_t i = 0; i < cfKeys.size(); ++i) {
       if (!cfKeys[i]) continue;
       auto value = searchProperty(service.get(), cfKeys[i].get());
-      if (value) entry.properties.emplace_back(std::string(keys[i]), toPlistValue(value.get(), 0));
+      if (value) entry.properties.push_back(PlistEntry{std::string(keys[i]), toPlistValue(value.get(), 0)});
     }
     result.push_back(std::move(entry));
   }

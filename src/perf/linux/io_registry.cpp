@@ -43,7 +43,7 @@ std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view c
     for (const auto key : keys) {
       if (key.find('*') == std::string_view::npos) {
         if (auto text = readKernelFile(deviceFolder + "/" + std::string(key), kAttributeCap)) {
-          entry.properties.emplace_back(std::string(key), PlistValue{trimmed(std::move(*text))});
+          entry.properties.push_back(PlistEntry{std::string(key), PlistValue{trimmed(std::move(*text))}});
         }
         continue;
       }
@@ -54,7 +54,7 @@ std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view c
       for (const auto& file : files) {
         if (!matchesPattern(file, key)) continue;
         if (auto text = readKernelFile(deviceFolder + "/" + file, kAttributeCap)) {
-          entry.properties.emplace_back(file, PlistValue{trimmed(std::move(*text))});
+          entry.properties.push_back(PlistEntry{file, PlistValue{trimmed(std::move(*text))}});
         }
       }
     }
