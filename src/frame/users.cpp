@@ -19,9 +19,7 @@ bool isLoginAccount(const UserAccount& account) {
   return !(shell.ends_with("/nologin") || shell.ends_with("/false"));
 }
 
-namespace CommonUtils {
-
-std::optional<std::string> homeDirectoryForUser(const std::string& name) {
+std::optional<UserAccount> lookUpUser(const std::string& name) {
   long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
   std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 16384);
   passwd entry{};
@@ -29,8 +27,16 @@ std::optional<std::string> homeDirectoryForUser(const std::string& name) {
   if (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
     return std::nullopt;
   }
-  if (found->pw_dir == nullptr || found->pw_dir[0] == '\0') return std::nullopt;
-  return std::string(found->pw_dir);
+  return UserAccount{found->pw_name ? found->pw_name : name, static_cast<uint32_t>(found->pw_uid),
+                     found->pw_dir ? found->pw_dir : "", found->pw_shell ? found->pw_shell : ""};
+}
+
+namespace CommonUtils {
+
+std::optional<std::string> homeDirectoryForUser(const std::string& name) {
+  auto account = lookUpUser(name);
+  if (!account || account->home.empty()) return std::nullopt;
+  return account->home;
 }
 
 }  // namespace CommonUtils

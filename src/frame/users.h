@@ -18,6 +18,9 @@ struct UserAccount {
 // A person who can log in, as opposed to root, daemons and service accounts.
 [[nodiscard]] bool isLoginAccount(const UserAccount& account);
 
+// The password-database entry of a user name, or nothing when it is unknown.
+[[nodiscard]] std::optional<UserAccount> lookUpUser(const std::string& name);
+
 namespace CommonUtils {
 
 // Local user account names (macOS: the local identity authority; Linux: the

@@ -1,16 +1,13 @@
 #include "session/console_user.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <vector>
 
 #include "frame/c_strings.h"
 #include "frame/logger.h"
 #include "frame/slots.h"
+#include "frame/users.h"
 
 extern "C" {
 SONDREL_EXPORT const char* currentUserName = nullptr;
@@ -49,24 +46,14 @@ void replaceGlobal(const char*& global, const std::optional<std::string>& name) 
   std::free(const_cast<char*>(previous));
 }
 
-std::optional<uint32_t> uidOfUser(const std::string& name) {
-  long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-  std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 16384);
-  passwd entry{};
-  passwd* found = nullptr;
-  if (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
-    return std::nullopt;
-  }
-  return static_cast<uint32_t>(found->pw_uid);
-}
-
 void reportSessionEvent(uint32_t eventType, const std::string& userName) {
   UserEventCallback callback = getUserEventsCallback();
   if (callback == nullptr) return;
   std::string name = userName;
   user_event_t event{};
   event.eventType = eventType;
-  event.uid = uidOfUser(userName).value_or(0);
+  const auto account = lookUpUser(userName);
+  event.uid = account ? account->uid : 0;
   event.sid = 0;
   event.userName = name.data();
   callback(&event);
