@@ -173,6 +173,16 @@ void ConcurrentQueue::async(std::function<void()> work) {
 
 // --------------------------------------------------------------- RepeatingTimer
 
+namespace {
+// A host may pass an interval of 0; a timer that fires without pause would
+// take a whole core, so it ticks once a second instead.
+std::chrono::nanoseconds usableInterval(std::chrono::nanoseconds interval) {
+  if (interval > std::chrono::nanoseconds::zero()) return interval;
+  Logger::logWarning("Timer interval of {} ns raised to 1 second", interval.count());
+  return std::chrono::seconds(1);
+}
+}  // namespace
+
 struct RepeatingTimer::State {
   DispatchQueue* queue = nullptr;
   std::chrono::nanoseconds interval{};
@@ -226,14 +236,14 @@ RepeatingTimer::RepeatingTimer(DispatchQueue& queue, std::chrono::nanoseconds in
                                std::function<void()> handler)
     : state_(std::make_shared<State>()) {
   state_->queue = &queue;
-  state_->interval = interval;
+  state_->interval = usableInterval(interval);
   state_->handler = std::move(handler);
   state_->clock = std::thread(&State::tick, state_);
 }
 
 RepeatingTimer::RepeatingTimer(std::chrono::nanoseconds interval, std::function<void()> handler)
     : state_(std::make_shared<State>()) {
-  state_->interval = interval;
+  state_->interval = usableInterval(interval);
   state_->handler = std::move(handler);
   state_->clock = std::thread(&State::tick, state_);
 }

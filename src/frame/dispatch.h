@@ -59,7 +59,7 @@ class ConcurrentQueue final : public DispatchQueue {
 };
 
 // Fires one interval after construction and then every interval, until
-// cancelled. With a queue, the handler runs on that queue (a tick that is
+// cancelled; an interval of zero or less is raised to one second. With a queue, the handler runs on that queue (a tick that is
 // still waiting there is not queued twice); without one, on a thread of the
 // timer's own. cancel() returns when no handler runs and none will start,
 // except when called from the handler itself, which it cannot wait for.

@@ -164,6 +164,14 @@ TEST(RepeatingTimer, HandlerHoldingAWeakSourceStopsProducingOnceItIsGone) {
   EXPECT_GE(afterRelease.load(), 1) << "the timer kept firing but found no source";
 }
 
+TEST(RepeatingTimer, AZeroIntervalDoesNotSpin) {
+  std::atomic<int> ticks{0};
+  RepeatingTimer timer(std::chrono::nanoseconds::zero(), [&] { ticks.fetch_add(1); });
+  std::this_thread::sleep_for(50ms);
+  timer.cancel();
+  EXPECT_EQ(ticks.load(), 0);
+}
+
 TEST(ConcurrentQueue, GrowsWhileItsThreadsAreBlocked) {
   ConcurrentQueue queue(4);
   Signal started;
