@@ -10,6 +10,7 @@
 #include "common/json_writer.h"
 #include "frame/file_utils.h"
 #include "frame/plist_value.h"
+#include "inspect/bsm_json.h"
 #include "inspect/plist_json.h"
 
 using namespace sondrel;
@@ -42,6 +43,7 @@ int printPlist(const std::vector<std::string>& arguments) {
 
 const std::map<std::string, Command>& commands() {
   static const std::map<std::string, Command> table = {
+      {"bsm", printBsmTrail},
       {"plist", printPlist},
   };
   return table;
