@@ -12,6 +12,7 @@
 #include "frame/plist_value.h"
 #include "inspect/bsm_json.h"
 #include "inspect/plist_json.h"
+#include "inspect/process_json.h"
 
 using namespace sondrel;
 using namespace sondrel::tools;
@@ -45,6 +46,7 @@ const std::map<std::string, Command>& commands() {
   static const std::map<std::string, Command> table = {
       {"bsm", printBsmTrail},
       {"plist", printPlist},
+      {"process", printProcess},
   };
   return table;
 }
