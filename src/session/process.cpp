@@ -23,8 +23,7 @@ std::optional<Process> Process::fromPid(uint32_t pid, const IProcessTable& table
 }
 
 uint32_t Process::getParentID(uint32_t pid, const IProcessTable& table) {
-  const auto ids = table.ids(pid);
-  return ids ? ids->ppid : kUnsetId;
+  return table.parentOf(pid).value_or(kUnsetId);
 }
 
 void Process::pathFromPid(const IProcessTable& table) {

@@ -25,6 +25,11 @@ class IProcessTable {
   virtual ~IProcessTable() = default;
   // The kernel's process record (macOS: kinfo_proc; Linux: stat and status).
   [[nodiscard]] virtual std::optional<ProcessIds> ids(uint32_t pid) const = 0;
+  // Just the parent; tables where that is cheaper than all ids say so.
+  [[nodiscard]] virtual std::optional<uint32_t> parentOf(uint32_t pid) const {
+    const auto found = ids(pid);
+    return found ? std::optional<uint32_t>(found->ppid) : std::nullopt;
+  }
   // The executable's path; nothing when it can't be read.
   [[nodiscard]] virtual std::optional<std::string> executablePath(uint32_t pid) const = 0;
   // The arguments the process was started with (argv), or nothing.

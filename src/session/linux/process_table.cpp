@@ -52,6 +52,12 @@ class LinuxProcessTable final : public IProcessTable {
     return ids;
   }
 
+  std::optional<uint32_t> parentOf(uint32_t pid) const override {
+    const auto stat = readProcFile(procPath(pid, "stat"));
+    const auto fields = stat ? linux_proc::parseStat(*stat) : std::nullopt;
+    return fields ? std::optional<uint32_t>(fields->ppid) : std::nullopt;
+  }
+
   std::optional<std::string> executablePath(uint32_t pid) const override {
     char buffer[4096];
     const ssize_t length = ::readlink(procPath(pid, "exe").c_str(), buffer, sizeof buffer);

@@ -1,0 +1,110 @@
+#include "session/linux/proc_connector_reader.h"
+
+#include <linux/cn_proc.h>
+#include <linux/connector.h>
+#include <linux/netlink.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "frame/logger.h"
+
+namespace sondrel::linux_proc {
+
+namespace {
+// A fork storm sends tens of thousands of events per second; the kernel
+// queues them here while we read /proc for the ones before.
+constexpr int kReceiveBufferBytes = 32 * 1024 * 1024;
+constexpr size_t kDatagramBytes = 64 * 1024;
+}  // namespace
+
+ProcConnectorReader::ProcConnectorReader(const IProcessTable& table) : tracker_(table), datagram_(kDatagramBytes) {}
+
+ProcConnectorReader::~ProcConnectorReader() {
+  loop_.stop();
+  if (socket_) sendListenRequest(false);
+}
+
+bool ProcConnectorReader::start(ProcessChangeSink sink) {
+  UniqueFd fd(::socket(PF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_CONNECTOR));
+  if (!fd) {
+    Logger::logError("Process connector: could not open the netlink socket: {}", std::strerror(errno));
+    return false;
+  }
+  // Forcing past the system's limit needs privilege; the plain request is the fallback.
+  if (::setsockopt(fd.get(), SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBufferBytes, sizeof kReceiveBufferBytes) != 0 &&
+      ::setsockopt(fd.get(), SOL_SOCKET, SO_RCVBUF, &kReceiveBufferBytes, sizeof kReceiveBufferBytes) != 0) {
+    Logger::logWarning("Process connector: could not enlarge the receive buffer: {}", std::strerror(errno));
+  }
+  sockaddr_nl address{};
+  address.nl_family = AF_NETLINK;
+  address.nl_groups = CN_IDX_PROC;
+  address.nl_pid = 0;
+  if (::bind(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+    Logger::logError("Process connector: could not bind the netlink socket: {}", std::strerror(errno));
+    return false;
+  }
+  socket_ = std::move(fd);
+  if (!sendListenRequest(true)) {
+    socket_.reset();
+    return false;
+  }
+  sink_ = std::move(sink);
+  return loop_.start(socket_.get(), [this] { return readAvailable(); });
+}
+
+void ProcConnectorReader::stop() { loop_.stop(); }
+
+bool ProcConnectorReader::sendListenRequest(bool listen) {
+  nlmsghdr header{};
+  cn_msg message{};
+  const proc_cn_mcast_op operation = listen ? PROC_CN_MCAST_LISTEN : PROC_CN_MCAST_IGNORE;
+  uint8_t request[sizeof header + sizeof message + sizeof operation];
+  header.nlmsg_len = sizeof request;
+  header.nlmsg_type = NLMSG_DONE;
+  header.nlmsg_pid = static_cast<uint32_t>(::getpid());
+  message.id.idx = CN_IDX_PROC;
+  message.id.val = CN_VAL_PROC;
+  message.len = sizeof operation;
+  std::memcpy(request, &header, sizeof header);
+  std::memcpy(request + sizeof header, &message, sizeof message);
+  std::memcpy(request + sizeof header + sizeof message, &operation, sizeof operation);
+  if (::send(socket_.get(), request, sizeof request, 0) != static_cast<ssize_t>(sizeof request)) {
+    Logger::logError("Process connector: could not {} events: {}", listen ? "subscribe to" : "unsubscribe from",
+                     std::strerror(errno));
+    return false;
+  }
+  return true;
+}
+
+bool ProcConnectorReader::readAvailable() {
+  // Hand back to the loop now and then, so a stop is seen even in a storm.
+  for (int datagrams = 0; datagrams < 512; ++datagrams) {
+    sockaddr_nl sender{};
+    socklen_t senderLength = sizeof sender;
+    const ssize_t count = ::recvfrom(socket_.get(), datagram_.data(), datagram_.size(), 0,
+                                     reinterpret_cast<sockaddr*>(&sender), &senderLength);
+    if (count < 0) {
+      if (errno == EAGAIN || errno == EWOULDBLOCK) return true;
+      if (errno == EINTR) continue;
+      if (errno == ENOBUFS) {
+        ++overflows_;
+        Logger::logWarning("Process connector: events were lost, the receive buffer overflowed ({} times so far)",
+                           overflows_);
+        continue;
+      }
+      Logger::logError("Process connector: reading failed: {}", std::strerror(errno));
+      return false;
+    }
+    // Only the kernel speaks for the process connector.
+    if (sender.nl_pid != 0) continue;
+    for (const auto& event : parseConnectorDatagram(std::span(datagram_.data(), static_cast<size_t>(count)))) {
+      if (auto change = tracker_.handleEvent(event)) sink_(*change);
+    }
+  }
+  return true;
+}
+
+}  // namespace sondrel::linux_proc
