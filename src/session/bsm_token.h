@@ -193,3 +193,5 @@ class TokenCursor {
 };
 
 }  // namespace sondrel::bsm
+
+#include "session/bsm_token_decode.h"
