@@ -28,6 +28,9 @@ std::optional<std::string> readProcFile(const std::string& path, size_t maxBytes
     }
     if (count == 0) break;
     content.append(chunk, static_cast<size_t>(count));
+    // procfs hands out what fits in one read; a short read is the end, and
+    // saves the extra call that would only confirm it.
+    if (static_cast<size_t>(count) < sizeof chunk) break;
   }
   return content;
 }
