@@ -15,23 +15,26 @@ constexpr size_t kReadChunkBytes = 256 * 1024;
 }  // namespace
 
 AuditPipeReader::AuditPipeReader(std::function<std::optional<AuditPipe>()> openPipe, const IProcessTable& table)
-    : openPipe_(std::move(openPipe)), tracker_(table), chunk_(kReadChunkBytes) {}
+    : openPipe_(std::move(openPipe)), table_(table) {}
 
 AuditPipeReader::~AuditPipeReader() { loop_.stop(); }
+
+AuditPipeReader::Session::Session(AuditPipe opened, ProcessChangeSink changes, const IProcessTable& table)
+    : pipe(std::move(opened)), sink(std::move(changes)), tracker(table), chunk(kReadChunkBytes) {
+  if (pipe.readDrops) reportedDrops = pipe.readDrops().value_or(0);
+}
 
 bool AuditPipeReader::start(ProcessChangeSink sink) {
   auto opened = openPipe_();
   if (!opened) return false;
-  pipe_ = std::move(*opened);
-  sink_ = std::move(sink);
-  if (pipe_.readDrops) reportedDrops_ = pipe_.readDrops().value_or(0);
-  return loop_.start(pipe_.fd.get(), [this] { return readAvailable(); });
+  session_ = std::make_shared<Session>(std::move(*opened), std::move(sink), table_);
+  return loop_.start(session_->pipe.fd.get(), [session = session_] { return session->readAvailable(); });
 }
 
 void AuditPipeReader::stop() { loop_.stop(); }
 
-bool AuditPipeReader::readAvailable() {
-  const ssize_t count = ::read(pipe_.fd.get(), chunk_.data(), chunk_.size());
+bool AuditPipeReader::Session::readAvailable() {
+  const ssize_t count = ::read(pipe.fd.get(), chunk.data(), chunk.size());
   if (count < 0) {
     if (errno == EINTR || errno == EAGAIN) return true;
     Logger::logError("Reading the audit pipe failed: {}", std::strerror(errno));
@@ -41,15 +44,15 @@ bool AuditPipeReader::readAvailable() {
     Logger::logError("The audit pipe was closed");
     return false;
   }
-  records_.feed(std::span<const uint8_t>(chunk_.data(), static_cast<size_t>(count)));
-  while (const auto record = records_.nextRecord()) {
-    if (auto change = tracker_.handleRecord(*record)) sink_(*change);
+  records.feed(std::span<const uint8_t>(chunk.data(), static_cast<size_t>(count)));
+  while (const auto record = records.nextRecord()) {
+    if (auto change = tracker.handleRecord(*record)) sink(*change);
   }
-  if (pipe_.readDrops) {
-    const uint64_t drops = pipe_.readDrops().value_or(reportedDrops_);
-    if (drops > reportedDrops_) {
-      Logger::logWarning("The audit pipe dropped {} records ({} since it was opened)", drops - reportedDrops_, drops);
-      reportedDrops_ = drops;
+  if (pipe.readDrops) {
+    const uint64_t drops = pipe.readDrops().value_or(reportedDrops);
+    if (drops > reportedDrops) {
+      Logger::logWarning("The audit pipe dropped {} records ({} since it was opened)", drops - reportedDrops, drops);
+      reportedDrops = drops;
     }
   }
   return true;

@@ -31,15 +31,24 @@ class AuditPipeReader final : public IProcessEventReader {
   void stop() override;
 
  private:
-  bool readAvailable();
+  // What the reading thread uses. It is shared with that thread, because the
+  // reader may be released from inside its own sink (the host unregistering
+  // from its callback) while the thread is still on its way out.
+  struct Session {
+    Session(AuditPipe opened, ProcessChangeSink changes, const IProcessTable& table);
+    bool readAvailable();
+
+    AuditPipe pipe;
+    ProcessChangeSink sink;
+    bsm::RecordReader records{false};
+    AuditProcessTracker tracker;
+    uint64_t reportedDrops = 0;
+    std::vector<uint8_t> chunk;
+  };
 
   std::function<std::optional<AuditPipe>()> openPipe_;
-  AuditPipe pipe_;
-  ProcessChangeSink sink_;
-  bsm::RecordReader records_{false};
-  AuditProcessTracker tracker_;
-  uint64_t reportedDrops_ = 0;
-  std::vector<uint8_t> chunk_;
+  const IProcessTable& table_;
+  std::shared_ptr<Session> session_;
   ReadLoop loop_{"Audit pipe reader"};
 };
 

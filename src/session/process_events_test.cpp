@@ -293,6 +293,21 @@ TEST_F(AuditPipeEventsTest, UnregisteringFromInsideTheCallbackDoesNotWaitForItse
   EXPECT_EQ(recorder.size(), 1u);
 }
 
+// What the slot does when the host unregisters from its callback: stop, then
+// drop the last reference while the reader thread is still inside the call.
+TEST_F(AuditPipeEventsTest, ReleasedFromInsideTheCallbackTheReaderWindsDownSafely) {
+  start();
+  recorder.duringCallback = [this] {
+    if (!events) return;
+    events->stopListening();
+    events.reset();
+  };
+  write(testing::concatenate({spawnRecord(6007), spawnRecord(6008), spawnRecord(6009)}));
+  ASSERT_TRUE(recorder.waitFor(1));
+  std::this_thread::sleep_for(50ms);
+  EXPECT_EQ(recorder.size(), 1u);
+}
+
 TEST_F(AuditPipeEventsTest, GrowingDropCountIsLogged) {
   testing::LogCapture logs;
   std::atomic<uint64_t> drops{2};

@@ -20,12 +20,14 @@ constexpr int kReceiveBufferBytes = 32 * 1024 * 1024;
 constexpr size_t kDatagramBytes = 64 * 1024;
 }  // namespace
 
-ProcConnectorReader::ProcConnectorReader(const IProcessTable& table) : tracker_(table), datagram_(kDatagramBytes) {}
+ProcConnectorReader::ProcConnectorReader(const IProcessTable& table) : table_(table) {}
 
-ProcConnectorReader::~ProcConnectorReader() {
-  loop_.stop();
-  if (socket_) sendListenRequest(false);
-}
+ProcConnectorReader::~ProcConnectorReader() { loop_.stop(); }
+
+ProcConnectorReader::Session::Session(UniqueFd opened, ProcessChangeSink changes, const IProcessTable& table)
+    : socket(std::move(opened)), sink(std::move(changes)), tracker(table), datagram(kDatagramBytes) {}
+
+ProcConnectorReader::Session::~Session() { sendListenRequest(false); }
 
 bool ProcConnectorReader::start(ProcessChangeSink sink) {
   UniqueFd fd(::socket(PF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_CONNECTOR));
@@ -46,18 +48,15 @@ bool ProcConnectorReader::start(ProcessChangeSink sink) {
     Logger::logError("Process connector: could not bind the netlink socket: {}", std::strerror(errno));
     return false;
   }
-  socket_ = std::move(fd);
-  if (!sendListenRequest(true)) {
-    socket_.reset();
-    return false;
-  }
-  sink_ = std::move(sink);
-  return loop_.start(socket_.get(), [this] { return readAvailable(); });
+  auto session = std::make_shared<Session>(std::move(fd), std::move(sink), table_);
+  if (!session->sendListenRequest(true)) return false;
+  session_ = session;
+  return loop_.start(session->socket.get(), [session] { return session->readAvailable(); });
 }
 
 void ProcConnectorReader::stop() { loop_.stop(); }
 
-bool ProcConnectorReader::sendListenRequest(bool listen) {
+bool ProcConnectorReader::Session::sendListenRequest(bool listen) {
   nlmsghdr header{};
   cn_msg message{};
   const proc_cn_mcast_op operation = listen ? PROC_CN_MCAST_LISTEN : PROC_CN_MCAST_IGNORE;
@@ -71,7 +70,7 @@ bool ProcConnectorReader::sendListenRequest(bool listen) {
   std::memcpy(request, &header, sizeof header);
   std::memcpy(request + sizeof header, &message, sizeof message);
   std::memcpy(request + sizeof header + sizeof message, &operation, sizeof operation);
-  if (::send(socket_.get(), request, sizeof request, 0) != static_cast<ssize_t>(sizeof request)) {
+  if (::send(socket.get(), request, sizeof request, 0) != static_cast<ssize_t>(sizeof request)) {
     Logger::logError("Process connector: could not {} events: {}", listen ? "subscribe to" : "unsubscribe from",
                      std::strerror(errno));
     return false;
@@ -79,20 +78,20 @@ bool ProcConnectorReader::sendListenRequest(bool listen) {
   return true;
 }
 
-bool ProcConnectorReader::readAvailable() {
+bool ProcConnectorReader::Session::readAvailable() {
   // Hand back to the loop now and then, so a stop is seen even in a storm.
   for (int datagrams = 0; datagrams < 512; ++datagrams) {
     sockaddr_nl sender{};
     socklen_t senderLength = sizeof sender;
-    const ssize_t count = ::recvfrom(socket_.get(), datagram_.data(), datagram_.size(), 0,
+    const ssize_t count = ::recvfrom(socket.get(), datagram.data(), datagram.size(), 0,
                                      reinterpret_cast<sockaddr*>(&sender), &senderLength);
     if (count < 0) {
       if (errno == EAGAIN || errno == EWOULDBLOCK) return true;
       if (errno == EINTR) continue;
       if (errno == ENOBUFS) {
-        ++overflows_;
+        ++overflows;
         Logger::logWarning("Process connector: events were lost, the receive buffer overflowed ({} times so far)",
-                           overflows_);
+                           overflows);
         continue;
       }
       Logger::logError("Process connector: reading failed: {}", std::strerror(errno));
@@ -100,8 +99,8 @@ bool ProcConnectorReader::readAvailable() {
     }
     // Only the kernel speaks for the process connector.
     if (sender.nl_pid != 0) continue;
-    for (const auto& event : parseConnectorDatagram(std::span(datagram_.data(), static_cast<size_t>(count)))) {
-      if (auto change = tracker_.handleEvent(event)) sink_(*change);
+    for (const auto& event : parseConnectorDatagram(std::span(datagram.data(), static_cast<size_t>(count)))) {
+      if (auto change = tracker.handleEvent(event)) sink(*change);
     }
   }
   return true;

@@ -5,6 +5,7 @@
 // Thread contract: start/stop from any thread; the sink runs on the reader's thread.
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "frame/owned.h"
@@ -22,18 +23,24 @@ class ProcConnectorReader final : public IProcessEventReader {
   bool start(ProcessChangeSink sink) override;
   void stop() override;
 
-  // Times the kernel told us events were lost.
-  [[nodiscard]] uint64_t overflows() const { return overflows_; }
-
  private:
-  bool readAvailable();
-  bool sendListenRequest(bool listen);
+  // What the reading thread uses, shared with it: the reader may be released
+  // from inside its own sink while the thread is still on its way out.
+  struct Session {
+    Session(UniqueFd opened, ProcessChangeSink changes, const IProcessTable& table);
+    ~Session();
+    bool readAvailable();
+    bool sendListenRequest(bool listen);
 
-  ConnectorTracker tracker_;
-  UniqueFd socket_;
-  ProcessChangeSink sink_;
-  std::vector<uint8_t> datagram_;
-  uint64_t overflows_ = 0;
+    UniqueFd socket;
+    ProcessChangeSink sink;
+    ConnectorTracker tracker;
+    std::vector<uint8_t> datagram;
+    uint64_t overflows = 0;  // times the kernel told us events were lost
+  };
+
+  const IProcessTable& table_;
+  std::shared_ptr<Session> session_;
   ReadLoop loop_{"Process connector reader"};
 };
 
