@@ -31,7 +31,10 @@ bool AuditPipeReader::start(ProcessChangeSink sink) {
   return loop_.start(session_->pipe.fd.get(), [session = session_] { return session->readAvailable(); });
 }
 
-void AuditPipeReader::stop() { loop_.stop(); }
+void AuditPipeReader::stop() {
+  if (session_) session_->stopRequested = true;
+  loop_.stop();
+}
 
 bool AuditPipeReader::Session::readAvailable() {
   const ssize_t count = ::read(pipe.fd.get(), chunk.data(), chunk.size());
@@ -46,6 +49,7 @@ bool AuditPipeReader::Session::readAvailable() {
   }
   records.feed(std::span<const uint8_t>(chunk.data(), static_cast<size_t>(count)));
   while (const auto record = records.nextRecord()) {
+    if (stopRequested) return false;
     if (auto change = tracker.handleRecord(*record)) sink(*change);
   }
   if (pipe.readDrops) {

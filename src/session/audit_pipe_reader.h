@@ -4,6 +4,7 @@
 // records it had to drop because we were slow, logged when it grows.
 // Thread contract: start/stop from any thread; the sink runs on the reader's thread.
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -44,6 +45,8 @@ class AuditPipeReader final : public IProcessEventReader {
     AuditProcessTracker tracker;
     uint64_t reportedDrops = 0;
     std::vector<uint8_t> chunk;
+    // Records already read are not worked through once stop was asked for.
+    std::atomic<bool> stopRequested{false};
   };
 
   std::function<std::optional<AuditPipe>()> openPipe_;

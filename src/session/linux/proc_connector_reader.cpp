@@ -54,7 +54,10 @@ bool ProcConnectorReader::start(ProcessChangeSink sink) {
   return loop_.start(session->socket.get(), [session] { return session->readAvailable(); });
 }
 
-void ProcConnectorReader::stop() { loop_.stop(); }
+void ProcConnectorReader::stop() {
+  if (session_) session_->stopRequested = true;
+  loop_.stop();
+}
 
 bool ProcConnectorReader::Session::sendListenRequest(bool listen) {
   nlmsghdr header{};
@@ -100,6 +103,7 @@ bool ProcConnectorReader::Session::readAvailable() {
     // Only the kernel speaks for the process connector.
     if (sender.nl_pid != 0) continue;
     for (const auto& event : parseConnectorDatagram(std::span(datagram.data(), static_cast<size_t>(count)))) {
+      if (stopRequested) return false;
       if (auto change = tracker.handleEvent(event)) sink(*change);
     }
   }

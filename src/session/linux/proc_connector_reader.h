@@ -4,6 +4,7 @@
 // buffer loses events: the kernel says so with ENOBUFS, which is counted and logged.
 // Thread contract: start/stop from any thread; the sink runs on the reader's thread.
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -37,6 +38,8 @@ class ProcConnectorReader final : public IProcessEventReader {
     ConnectorTracker tracker;
     std::vector<uint8_t> datagram;
     uint64_t overflows = 0;  // times the kernel told us events were lost
+    // Events already read are not worked through once stop was asked for.
+    std::atomic<bool> stopRequested{false};
   };
 
   const IProcessTable& table_;
