@@ -171,4 +171,6 @@ std::optional<std::string> encodeBinaryPlist(const PlistValue& value) {
   return encoded;
 }
 
+bool PlistValue::operator==(const PlistValue& other) const { return value == other.value; }
+
 }  // namespace sondrel
