@@ -22,12 +22,15 @@ SONDREL_EXPORT void unregisterUserEventsCallback(void) {
 SONDREL_EXPORT void registerProcessEventsCallback(ProcessEventCallback callback) {
   guardExport("registerProcessEventsCallback", [&] {
     Logger::logDebug("::registerProcessEventsCallback");
+    // Read before the slot is locked: userSwitched holds its own lock while
+    // it looks into the slot, so taking them the other way round could deadlock.
+    const auto lastUser = ConsoleUser::lastSwitchedUser();
     std::shared_ptr<ProcessEvents> created;
     Slots::processEvents().registerOnce(
         [&]() -> std::shared_ptr<IUserFollowingSource> {
           created = ProcessEvents::create();
           // A switch seen before this family existed reaches it before it listens.
-          created->onUserSwitched(ConsoleUser::lastSwitchedUser());
+          created->onUserSwitched(lastUser);
           return created;
         },
         [&](IUserFollowingSource&) { created->startListening(callback); });
