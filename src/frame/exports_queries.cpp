@@ -80,24 +80,4 @@ SONDREL_EXPORT bool ReadM1Sensors(m1_sensor_reading_t* readings, uint32_t, uint3
   });
 }
 
-SONDREL_EXPORT bool PI_getOSVersion(pi_os_version_t* version) {
-  return guardQuery("PI_getOSVersion", false,
-                    [&] { return version != nullptr && notReadable("PI_getOSVersion"); });
-}
-
-SONDREL_EXPORT bool PI_enumerateProcesses(uint32_t** pids, uint32_t* count) {
-  return guardQuery("PI_enumerateProcesses", false,
-                    [&] { return pids != nullptr && count != nullptr && notReadable("PI_enumerateProcesses"); });
-}
-
-SONDREL_EXPORT bool PI_findAppBundle(const char* path, char* bundlePath, size_t) {
-  return guardQuery("PI_findAppBundle", false,
-                    [&] { return path != nullptr && bundlePath != nullptr && notReadable("PI_findAppBundle"); });
-}
-
-SONDREL_EXPORT bool PI_which(const char* name, char* resolvedPath, size_t) {
-  return guardQuery("PI_which", false,
-                    [&] { return name != nullptr && resolvedPath != nullptr && notReadable("PI_which"); });
-}
-
 }  // extern "C"

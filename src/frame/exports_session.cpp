@@ -2,6 +2,9 @@
 
 #include "frame/export_guard.h"
 #include "frame/logger.h"
+#include "frame/slots.h"
+#include "session/console_user.h"
+#include "session/process_events.h"
 #include "sondrel/sondrel.h"
 
 using namespace sondrel;
@@ -16,12 +19,29 @@ SONDREL_EXPORT void unregisterUserEventsCallback(void) {
   guardExport("unregisterUserEventsCallback", [&] { Logger::logDebug("::unregisterUserEventsCallback"); });
 }
 
-SONDREL_EXPORT void registerProcessEventsCallback(ProcessEventCallback) {
-  guardExport("registerProcessEventsCallback", [&] { Logger::logDebug("::registerProcessEventsCallback"); });
+SONDREL_EXPORT void registerProcessEventsCallback(ProcessEventCallback callback) {
+  guardExport("registerProcessEventsCallback", [&] {
+    Logger::logDebug("::registerProcessEventsCallback");
+    // Read before the slot is locked: userSwitched holds its own lock while
+    // it looks into the slot, so taking them the other way round could deadlock.
+    const auto lastUser = ConsoleUser::lastSwitchedUser();
+    std::shared_ptr<ProcessEvents> created;
+    Slots::processEvents().registerOnce(
+        [&]() -> std::shared_ptr<IUserFollowingSource> {
+          created = ProcessEvents::create();
+          // A switch seen before this family existed reaches it before it listens.
+          created->onUserSwitched(lastUser);
+          return created;
+        },
+        [&](IUserFollowingSource&) { created->startListening(callback); });
+  });
 }
 
 SONDREL_EXPORT void unregisterProcessEventsCallback(void) {
-  guardExport("unregisterProcessEventsCallback", [&] { Logger::logDebug("::unregisterProcessEventsCallback"); });
+  guardExport("unregisterProcessEventsCallback", [&] {
+    Logger::logDebug("::unregisterProcessEventsCallback");
+    Slots::processEvents().unregister([](IUserFollowingSource& source) { source.stopListening(); });
+  });
 }
 
 }  // extern "C"

@@ -10,7 +10,9 @@
 #include "common/json_writer.h"
 #include "frame/file_utils.h"
 #include "frame/plist_value.h"
+#include "inspect/bsm_json.h"
 #include "inspect/plist_json.h"
+#include "inspect/process_json.h"
 #include "inspect/report_commands.h"
 #include "inspect/service_commands.h"
 
@@ -44,13 +46,15 @@ int printPlist(const std::vector<std::string>& arguments) {
 
 const std::map<std::string, Command>& commands() {
   static const std::map<std::string, Command> table = {
+      {"bsm", printBsmTrail},
       {"crash", [](const auto& paths) { return inspectCrashReports(paths, stdout); }},
+      {"dscl-users", inspectDsclUsers},
       {"hang", [](const auto& paths) { return inspectHangReports(paths, stdout); }},
-      {"panic", [](const auto& paths) { return inspectPanicReports(paths, stdout); }},
-      {"plist", printPlist},
       {"launchctl-list", inspectLaunchctlList},
       {"launchctl-service", inspectLaunchctlService},
-      {"dscl-users", inspectDsclUsers},
+      {"panic", [](const auto& paths) { return inspectPanicReports(paths, stdout); }},
+      {"plist", printPlist},
+      {"process", printProcess},
       {"services", inspectServices},
   };
   return table;

@@ -1,0 +1,74 @@
+#include "session/linux/proc_files.h"
+
+#include <charconv>
+
+namespace sondrel::linux_proc {
+
+namespace {
+
+std::string_view nextField(std::string_view& text) {
+  const size_t start = text.find_first_not_of(" \t");
+  if (start == std::string_view::npos) {
+    text = {};
+    return {};
+  }
+  text.remove_prefix(start);
+  const size_t end = text.find_first_of(" \t\n");
+  const auto field = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end);
+  return field;
+}
+
+std::optional<uint32_t> number(std::string_view field) {
+  uint32_t value = 0;
+  const auto result = std::from_chars(field.data(), field.data() + field.size(), value);
+  if (result.ec != std::errc() || result.ptr != field.data() + field.size()) return std::nullopt;
+  return value;
+}
+
+}  // namespace
+
+std::optional<StatFields> parseStat(std::string_view text) {
+  const size_t close = text.rfind(')');
+  if (close == std::string_view::npos || text.find('(') > close) return std::nullopt;
+  std::string_view rest = text.substr(close + 1);
+  nextField(rest);  // state
+  const auto ppid = number(nextField(rest));
+  nextField(rest);  // process group
+  const auto session = number(nextField(rest));
+  if (!ppid || !session) return std::nullopt;
+  return StatFields{*ppid, *session};
+}
+
+std::optional<StatusIds> parseStatusUids(std::string_view text) {
+  size_t at = 0;
+  while (at < text.size()) {
+    const size_t end = std::min(text.find('\n', at), text.size());
+    std::string_view line = text.substr(at, end - at);
+    at = end + 1;
+    if (!line.starts_with("Uid:")) continue;
+    line.remove_prefix(4);
+    const auto real = number(nextField(line));
+    const auto effective = number(nextField(line));
+    if (!real || !effective) return std::nullopt;
+    return StatusIds{*real, *effective};
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> splitCmdline(std::string_view text) {
+  std::vector<std::string> arguments;
+  size_t at = 0;
+  while (at < text.size()) {
+    const size_t end = text.find('\0', at);
+    if (end == std::string_view::npos) {
+      arguments.emplace_back(text.substr(at));  // rewritten by the process, without its NUL
+      break;
+    }
+    arguments.emplace_back(text.substr(at, end - at));
+    at = end + 1;
+  }
+  return arguments;
+}
+
+}  // namespace sondrel::linux_proc
