@@ -16,7 +16,7 @@ deps:
 
 configure: deps
 	@cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
-	  -DSONDREL_SANITIZE=$(SANITIZE) $(CMAKE_FLAGS) >/dev/null
+	  -DSONDREL_SANITIZE=$(SANITIZE) $(if $(SANITIZE),-DSONDREL_BUILD_BENCHMARKS=OFF) $(CMAKE_FLAGS) >/dev/null
 
 build: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS)
