@@ -138,13 +138,47 @@ std::optional<CrashInfo> CrashReportParser::parseCrashReportContent(std::string_
 }
 
 void CrashReportParser::handleIpsFile(std::string_view text) {
-  const auto blocks = CommonUtils::getJsonBlock(text);
-  if (blocks.empty()) {
-    Logger::logError("Cannot parse the report.");
-    return;
+  if (!handleHeaderLineAndBody(text)) {
+    const auto blocks = CommonUtils::getJsonBlock(text);
+    if (blocks.empty()) {
+      Logger::logError("Cannot parse the report.");
+      return;
+    }
+    for (const auto block : blocks) parseJsonContent(block);
   }
-  for (const auto block : blocks) parseJsonContent(block);
   retrieveCrashAppAttributes();
+}
+
+namespace {
+std::string_view trimmedJson(std::string_view text) {
+  const auto first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos) return {};
+  const auto last = text.find_last_not_of(" \t\r\n");
+  return text.substr(first, last - first + 1);
+}
+bool looksLikeObject(std::string_view text) { return text.size() >= 2 && text.front() == '{' && text.back() == '}'; }
+}  // namespace
+
+// Reports as macOS writes them: a one-line JSON header, then one JSON body.
+// When each half is a single valid object, those are exactly the two blocks
+// the brace-matching split finds, so the split's scan of the whole body is
+// skipped and simdjson's own validation stands in for it. Anything else
+// falls back to the split.
+bool CrashReportParser::handleHeaderLineAndBody(std::string_view text) {
+  const auto newline = text.find('\n');
+  if (newline == std::string_view::npos) return false;
+  const auto header = trimmedJson(text.substr(0, newline));
+  const auto body = trimmedJson(text.substr(newline + 1));
+  if (!looksLikeObject(header) || !looksLikeObject(body)) return false;
+  simdjson::dom::object headerDict;
+  simdjson::dom::object bodyDict;
+  if (headerParser_.parse(header.data(), header.size()).get_object().get(headerDict) != simdjson::SUCCESS ||
+      jsonParser_.parse(body.data(), body.size()).get_object().get(bodyDict) != simdjson::SUCCESS) {
+    return false;
+  }
+  applyJsonDict(headerDict);
+  applyJsonDict(bodyDict);
+  return true;
 }
 
 void CrashReportParser::parseJsonContent(std::string_view block) {
@@ -158,6 +192,10 @@ void CrashReportParser::parseJsonContent(std::string_view block) {
     Logger::logError("NULL JSON content after parsing.");
     return;
   }
+  applyJsonDict(dict);
+}
+
+void CrashReportParser::applyJsonDict(const simdjson::dom::object& dict) {
   static constexpr std::pair<std::string_view, std::string_view> kTextKeys[] = {
       {"app_name", "Identifier"}, {"app_version", "Version"}, {"captureTime", "Date/Time"}, {"procPath", "Path"}};
   for (const auto& [jsonKey, propertyKey] : kTextKeys) {

@@ -53,6 +53,8 @@ class CrashReportParser {
   void reset();
   void handleIpsFile(std::string_view text);
   void parseJsonContent(std::string_view block);
+  bool handleHeaderLineAndBody(std::string_view text);
+  void applyJsonDict(const simdjson::dom::object& dict);
   void parseModuleInfoFromJsonDict(const simdjson::dom::object& dict);
   void handleCrashFile(std::string_view text);
   void parseProperties(std::string_view line);
@@ -72,6 +74,7 @@ class CrashReportParser {
   std::vector<std::string> crashKeys;
   bool isIpsFile = false;
   simdjson::dom::parser jsonParser_;
+  simdjson::dom::parser headerParser_;
   // Account lookups go through the name services and cost far more than a
   // parse; a source sees the same few users again and again.
   std::map<uint32_t, std::string> userNames_;

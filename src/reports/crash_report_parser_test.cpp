@@ -86,6 +86,24 @@ TEST(CrashReportParserJson, UnknownUserAndBadDatesLeaveTheirFieldsEmpty) {
   EXPECT_EQ(fractional->user, "");
 }
 
+TEST(CrashReportParserJson, HowTheBlocksAreLaidOutDoesNotChangeTheResult) {
+  const std::string header = R"({"app_name":"Demo","app_version":"1.2"})";
+  const std::string body =
+      R"({"procPath":"/Applications/Demo.app/Contents/MacOS/Demo","faultingThread":0,"threads":[{"frames":[{"imageIndex":0}]}],
+          "usedImages":[{"name":"Demo","path":"/Applications/Demo.app/Contents/MacOS/Demo"}]})";
+  CrashReportParser parser;
+  const auto asWritten = parser.parseCrashReportContent("/r/Demo.ips", header + "\n" + body + "\n");
+  ASSERT_TRUE(asWritten);
+  for (const std::string& layout : {header + body, "\n " + header + "\r\n\n" + body, header + "\n" + body + "\n}"}) {
+    const auto other = parser.parseCrashReportContent("/r/Demo.ips", layout);
+    ASSERT_TRUE(other) << layout;
+    EXPECT_EQ(other->application, asWritten->application);
+    EXPECT_EQ(other->version, "1.2");
+    EXPECT_EQ(other->appPath, asWritten->appPath);
+    EXPECT_EQ(other->module, "Demo");
+  }
+}
+
 TEST(CrashReportParserJson, BrokenBlocksAreLoggedAndTheRestStillCounts) {
   LogCapture logs;
   CrashReportParser parser;
