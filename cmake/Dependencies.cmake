@@ -1,12 +1,6 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 
-# Homebrew's libraries are linked statically into the dylib so that host agents
-# need nothing beside it; Debian's shared libraries are used as they are.
-if(APPLE)
-  set(PKG_CONFIG_USE_STATIC_LIBS ON)
-endif()
-
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(RE2 REQUIRED IMPORTED_TARGET re2)
 pkg_check_modules(SIMDJSON REQUIRED IMPORTED_TARGET simdjson)
