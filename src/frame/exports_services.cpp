@@ -1,6 +1,5 @@
 // Register and unregister of the service family.
 
-#include <algorithm>
 #include <chrono>
 
 #include "frame/export_guard.h"
@@ -20,8 +19,7 @@ SONDREL_EXPORT void registerServiceEventsCallback(ServiceEventCallback callback,
     Logger::logDebug("::registerServiceEventsCallback with cache {}", rawText(cachePath));
     // This family converts its path before looking at the slot, unlike the others.
     const std::string cacheFolder = utf8OrEmpty(cachePath);
-    // A zero interval would make the timer spin; one second is the shortest we poll.
-    const std::chrono::seconds period(std::max<uint32_t>(interval, 1));
+    const std::chrono::seconds period(interval);
     Slots::serviceChangeEvents().registerOnce(
         [&]() -> std::shared_ptr<IEventSource> {
           return ServiceChangeEvents::create(cacheFolder, period, makePlatformServiceUtils());

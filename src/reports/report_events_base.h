@@ -14,7 +14,6 @@
 #include "frame/callback_gate.h"
 #include "frame/dispatch.h"
 #include "frame/event_source.h"
-#include "frame/logger.h"
 
 namespace sondrel {
 
@@ -62,7 +61,7 @@ class ReportEventsBase : public IEventSource, public std::enable_shared_from_thi
 
  protected:
   ReportEventsBase(std::string queueLabel, std::chrono::nanoseconds interval)
-      : execQueue(std::move(queueLabel)), interval_(clampedInterval(interval)) {}
+      : execQueue(std::move(queueLabel)), interval_(interval) {}
 
   // False when no callback is set: the record is then simply not delivered.
   template <typename Record>
@@ -73,13 +72,6 @@ class ReportEventsBase : public IEventSource, public std::enable_shared_from_thi
   SerialQueue execQueue;
 
  private:
-  static std::chrono::nanoseconds clampedInterval(std::chrono::nanoseconds interval) {
-    if (interval > std::chrono::nanoseconds::zero()) return interval;
-    // A zero interval would scan the folders without pause.
-    Logger::logWarning("Report polling interval of 0 seconds raised to 1 second");
-    return std::chrono::seconds(1);
-  }
-
   std::chrono::nanoseconds interval_;
   CallbackGate<Callback> gate_;
   std::mutex lifecycleMutex_;

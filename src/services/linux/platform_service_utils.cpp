@@ -1,4 +1,4 @@
-#include "services/linux/systemd_service_utils.h"
+#include "services/systemd_service_utils.h"
 #include "services/platform_service_utils.h"
 
 namespace sondrel {

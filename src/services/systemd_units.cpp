@@ -1,4 +1,4 @@
-#include "services/linux/systemd_units.h"
+#include "services/systemd_units.h"
 
 #include "frame/file_utils.h"
 #include "services/service_content_parser.h"

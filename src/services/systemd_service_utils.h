@@ -13,7 +13,7 @@
 
 #include "frame/command_runner.h"
 #include "frame/dispatch.h"
-#include "services/linux/systemd_units.h"
+#include "services/systemd_units.h"
 #include "services/service_command_utils.h"
 #include "services/service_utils.h"
 
