@@ -31,6 +31,18 @@ std::optional<UserAccount> lookUpUser(const std::string& name) {
                      found->pw_dir ? found->pw_dir : "", found->pw_shell ? found->pw_shell : ""};
 }
 
+std::optional<std::string> userNameForUid(uint32_t uid) {
+  const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
+  std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 16384);
+  passwd entry{};
+  passwd* found = nullptr;
+  if (::getpwuid_r(static_cast<uid_t>(uid), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr ||
+      found->pw_name == nullptr) {
+    return std::nullopt;
+  }
+  return std::string(found->pw_name);
+}
+
 namespace CommonUtils {
 
 std::optional<std::string> homeDirectoryForUser(const std::string& name) {

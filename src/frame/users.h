@@ -21,6 +21,9 @@ struct UserAccount {
 // The password-database entry of a user name, or nothing when it is unknown.
 [[nodiscard]] std::optional<UserAccount> lookUpUser(const std::string& name);
 
+// The login name of a user id, or nothing when it is unknown.
+[[nodiscard]] std::optional<std::string> userNameForUid(uint32_t uid);
+
 namespace CommonUtils {
 
 // Local user account names (macOS: the local identity authority; Linux: the

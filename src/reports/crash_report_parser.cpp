@@ -1,6 +1,5 @@
 #include "reports/crash_report_parser.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include "frame/file_utils.h"
 #include "frame/json_blocks.h"
 #include "frame/logger.h"
+#include "frame/users.h"
 #include "reports/binary_image_line.h"
 #include "reports/report_date.h"
 #include "reports/report_text.h"
@@ -78,18 +78,6 @@ std::optional<uint32_t> parseUnsignedDecimal(std::string_view text) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size() || text.empty()) return std::nullopt;
   return value;
-}
-
-std::string loginNameForUid(uint32_t uid) {
-  long bufferSize = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-  std::string buffer(static_cast<size_t>(bufferSize > 0 ? bufferSize : 16384), '\0');
-  passwd entry{};
-  passwd* found = nullptr;
-  if (::getpwuid_r(static_cast<uid_t>(uid), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr ||
-      found->pw_name == nullptr) {
-    return {};
-  }
-  return found->pw_name;
 }
 
 }  // namespace
@@ -339,7 +327,7 @@ void CrashReportParser::retrieveCrashAppAttributes() {
   crashInfo->appPath = property("Path");
   if (const auto uid = parseUnsignedDecimal(property("User ID"))) {
     auto found = userNames_.find(*uid);
-    if (found == userNames_.end()) found = userNames_.emplace(*uid, loginNameForUid(*uid)).first;
+    if (found == userNames_.end()) found = userNames_.emplace(*uid, userNameForUid(*uid).value_or("")).first;
     crashInfo->user = found->second;
   }
   crashInfo->crashTime = wholeSecondsOrZero(parseReportDate(property("Date/Time")));

@@ -1,12 +1,12 @@
 #include "session/process_events.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
 
 #include "frame/app_attributes.h"
 #include "frame/c_strings.h"
+#include "frame/users.h"
 #include "frame/logger.h"
 #include "session/audit_process_tracker.h"
 #include "session/console_user.h"
@@ -181,15 +181,8 @@ void ProcessEvents::handleProcessExitOrDeactivated(const Process& process, uint3
 
 char* ProcessEvents::getUserByUid(uint32_t uid) {
   if (uid == kUnsetId) return nullptr;
-  const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-  std::string buffer(suggested > 0 ? static_cast<size_t>(suggested) : 16384, '\0');
-  passwd entry{};
-  passwd* found = nullptr;
-  if (::getpwuid_r(static_cast<uid_t>(uid), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr ||
-      found->pw_name == nullptr) {
-    return nullptr;
-  }
-  return CommonUtils::makeCString(found->pw_name);
+  const auto name = userNameForUid(uid);
+  return name ? CommonUtils::makeCString(*name) : nullptr;
 }
 
 void ProcessEvents::getAppAttributesForEvent(process_event_t& record, std::map<std::string, std::string>& storage) {
