@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "session/audit_process_tracker.h"
@@ -58,50 +59,29 @@ const Trail& cachedTrail() {
 // The fields the session and process sources read, pulled out of every token.
 struct Extracted {
   uint64_t sum = 0;
-  void take(const bsm::Token& token) {
-    switch (token.id) {
-      case bsm::kHeader32:
-      case bsm::kHeader32Ex:
-      case bsm::kHeader64:
-      case bsm::kHeader64Ex:
-        sum += std::get<bsm::HeaderToken>(token.value).event;
-        break;
-      case bsm::kSubject32:
-      case bsm::kSubject64:
-      case bsm::kSubject32Ex:
-      case bsm::kSubject64Ex: {
-        const auto& subject = std::get<bsm::SubjectToken>(token.value);
-        sum += subject.pid + subject.euid + subject.ruid + subject.sid;
-        break;
-      }
-      case bsm::kArg32:
-      case bsm::kArg64:
-        sum += std::get<bsm::ArgToken>(token.value).value;
-        break;
-      case bsm::kPath:
-      case bsm::kText:
-        sum += std::get<bsm::StringToken>(token.value).text.size();
-        break;
-      case bsm::kExecArgs:
-        std::get<bsm::ExecStringsToken>(token.value).forEach([&](std::string_view s) { sum += s.size(); });
-        break;
-      case bsm::kExit:
-        sum += std::get<bsm::ExitToken>(token.value).status;
-        break;
-      case bsm::kReturn32:
-        sum += std::get<bsm::ReturnToken>(token.value).value;
-        break;
-      default:
-        break;
+
+  bool operator()(const bsm::TokenInfo& info, const auto& value) {
+    using Value = std::decay_t<decltype(value)>;
+    if constexpr (std::is_same_v<Value, bsm::HeaderToken>) {
+      sum += value.event;
+    } else if constexpr (std::is_same_v<Value, bsm::SubjectToken>) {
+      sum += value.pid + value.euid + value.ruid + value.sid;
+    } else if constexpr (std::is_same_v<Value, bsm::ArgToken>) {
+      sum += value.value;
+    } else if constexpr (std::is_same_v<Value, bsm::StringToken>) {
+      sum += value.text.size();
+    } else if constexpr (std::is_same_v<Value, bsm::ExecStringsToken>) {
+      if (info.id == bsm::kExecArgs) value.forEach([&](std::string_view s) { sum += s.size(); });
+    } else if constexpr (std::is_same_v<Value, bsm::ExitToken>) {
+      sum += value.status;
+    } else if constexpr (std::is_same_v<Value, bsm::ReturnToken>) {
+      sum += value.value;
     }
+    return true;
   }
 };
 
-void decodeRecord(std::span<const uint8_t> record, Extracted& extracted) {
-  bsm::TokenCursor cursor(record);
-  bsm::Token token;
-  while (cursor.next(token) == bsm::TokenStatus::token) extracted.take(token);
-}
+void decodeRecord(std::span<const uint8_t> record, Extracted& extracted) { bsm::walkTokens(record, extracted); }
 
 void BsmWalkInMemory(benchmark::State& state) {
   const Trail& trail = state.range(0) == 0 ? largeTrail() : cachedTrail();

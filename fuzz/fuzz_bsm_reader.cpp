@@ -23,11 +23,9 @@ class NoProcesses final : public sondrel::IProcessTable {
 };
 
 void walk(std::span<const uint8_t> record, sondrel::AuditProcessTracker& tracker) {
-  sondrel::bsm::TokenCursor cursor(record);
-  sondrel::bsm::Token token;
+  sondrel::bsm::WalkResult walked;
   size_t covered = 0;
-  sondrel::bsm::TokenStatus status;
-  while ((status = cursor.next(token)) == sondrel::bsm::TokenStatus::token) {
+  for (const auto& token : sondrel::bsm::collectTokens(record, &walked)) {
     covered += token.length;
     if (const auto* strings = std::get_if<sondrel::bsm::ExecStringsToken>(&token.value)) {
       uint32_t seen = 0;
@@ -35,7 +33,7 @@ void walk(std::span<const uint8_t> record, sondrel::AuditProcessTracker& tracker
       if (seen > strings->count) std::abort();
     }
   }
-  if (status == sondrel::bsm::TokenStatus::end && covered != record.size()) std::abort();
+  if (walked.status == sondrel::bsm::WalkStatus::complete && covered != record.size()) std::abort();
   (void)tracker.handleRecord(record);
 }
 

@@ -14,6 +14,10 @@
 
 namespace sondrel {
 
+namespace bsm {
+struct SubjectToken;
+}
+
 class AuditProcessTracker {
  public:
   static constexpr uint16_t kExit = 1;
@@ -33,6 +37,10 @@ class AuditProcessTracker {
   [[nodiscard]] uint64_t malformedRecords() const { return malformedRecords_; }
 
  private:
+  void takeSubject(const bsm::SubjectToken& subject, Process& process) const;
+  // The change a whole record of an event type we follow makes.
+  ProcessChange finish(Process process);
+
   const IProcessTable& table_;
   std::optional<Process> lastFork_;
   uint64_t malformedRecords_ = 0;

@@ -15,13 +15,10 @@ namespace {
 using testing::BsmRecordBuilder;
 using testing::concatenate;
 
-std::vector<Token> decodeAll(std::span<const uint8_t> record, TokenStatus* last = nullptr) {
-  std::vector<Token> tokens;
-  TokenCursor cursor(record);
-  Token token;
-  TokenStatus status;
-  while ((status = cursor.next(token)) == TokenStatus::token) tokens.push_back(token);
-  if (last) *last = status;
+std::vector<Token> decodeAll(std::span<const uint8_t> record, WalkStatus* last = nullptr) {
+  WalkResult walked;
+  auto tokens = collectTokens(record, &walked);
+  if (last) *last = walked.status;
   return tokens;
 }
 
@@ -38,9 +35,9 @@ std::vector<uint8_t> execRecord() {
 
 TEST(BsmTokens, DecodesAnExecRecordFieldByField) {
   const auto record = execRecord();
-  TokenStatus last;
+  WalkStatus last;
   const auto tokens = decodeAll(record, &last);
-  EXPECT_EQ(last, TokenStatus::end);
+  EXPECT_EQ(last, WalkStatus::complete);
   ASSERT_EQ(tokens.size(), 8u);
 
   const auto& header = std::get<HeaderToken>(tokens[0].value);
@@ -83,9 +80,9 @@ TEST(BsmTokens, WideAndExtendedLayouts) {
                           .subject64Ex(7000, 0x1122334455667788ull, {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5})
                           .return32(0, 7001)
                           .build();
-  TokenStatus last;
+  WalkStatus last;
   const auto tokens = decodeAll(record, &last);
-  ASSERT_EQ(last, TokenStatus::end);
+  ASSERT_EQ(last, WalkStatus::complete);
   ASSERT_EQ(tokens.size(), 5u);
   const auto& header = std::get<HeaderToken>(tokens[0].value);
   EXPECT_EQ(tokens[0].length, 34u);
@@ -106,9 +103,9 @@ TEST(BsmTokens, UnknownTokenCoversEverythingUpToTheTrailer) {
                           .subject32(99)
                           .return32(0, 0)
                           .build();
-  TokenStatus last;
+  WalkStatus last;
   const auto tokens = decodeAll(record, &last);
-  ASSERT_EQ(last, TokenStatus::end);
+  ASSERT_EQ(last, WalkStatus::complete);
   ASSERT_EQ(tokens.size(), 4u);
   EXPECT_EQ(tokens[2].id, 0x51);
   EXPECT_FALSE(tokens[2].known);
@@ -128,9 +125,9 @@ TEST(BsmTokens, SkippedTokensAreSteppedOverByTheirLayout) {
                           .subject32(1)
                           .return32(0, 0)
                           .build();
-  TokenStatus last;
+  WalkStatus last;
   const auto tokens = decodeAll(record, &last);
-  ASSERT_EQ(last, TokenStatus::end);
+  ASSERT_EQ(last, WalkStatus::complete);
   ASSERT_EQ(tokens.size(), 9u);
   EXPECT_EQ(tokens[1].length, groups.size());
   EXPECT_EQ(tokens[2].length, 8u);
@@ -149,10 +146,41 @@ TEST(BsmTokens, BrokenTokensMakeTheRecordMalformed) {
       BsmRecordBuilder(1).bytes({0x82, 0, 0, 'a', 'b'}).build(),                 // sockunix without its NUL
   };
   for (size_t i = 0; i < broken.size(); ++i) {
-    TokenStatus last;
+    WalkStatus last;
     decodeAll(broken[i], &last);
-    EXPECT_EQ(last, TokenStatus::malformed) << "fixture " << i;
+    EXPECT_EQ(last, WalkStatus::malformed) << "fixture " << i;
   }
+}
+
+TEST(BsmTokens, TheVisitorStopsTheWalkAndSeesOnlyACheckedTrailer) {
+  const auto record = execRecord();
+  std::vector<uint8_t> seen;
+  auto stopAtPath = [&](const TokenInfo& info, const auto&) {
+    seen.push_back(info.id);
+    return info.id != kPath;
+  };
+  const WalkResult stopped = walkTokens(record, stopAtPath);
+  EXPECT_EQ(stopped.status, WalkStatus::stopped);
+  EXPECT_EQ(seen, (std::vector<uint8_t>{kHeader32, kExecArgs, kPath}));
+  EXPECT_EQ(stopped.offset, 18u + 23 + 11);
+
+  // A trailer whose count disagrees with the record is never handed over,
+  // so a visitor may finish its work on the trailer.
+  auto wrongCount = record;
+  wrongCount.back() ^= 1;
+  seen.clear();
+  const WalkResult broken = walkTokens(wrongCount, [&](const TokenInfo& info, const auto&) {
+    seen.push_back(info.id);
+    return true;
+  });
+  EXPECT_EQ(broken.status, WalkStatus::malformed);
+  EXPECT_EQ(broken.offset, record.size() - kTrailerLength);
+  EXPECT_EQ(seen.size(), 7u);
+  EXPECT_NE(seen.back(), kTrailer);
+
+  WalkStatus last;
+  EXPECT_TRUE(decodeAll(std::span(record).first(5), &last).empty());
+  EXPECT_EQ(last, WalkStatus::malformed);
 }
 
 TEST(BsmFraming, RecordsAreFramedByTheHeaderLength) {

@@ -57,4 +57,14 @@ std::string_view tokenName(uint8_t id) {
   }
 }
 
+std::vector<Token> collectTokens(std::span<const uint8_t> record, WalkResult* result) {
+  std::vector<Token> tokens;
+  const WalkResult walked = walkTokens(record, [&](const TokenInfo& info, const auto& value) {
+    tokens.push_back(Token{info, TokenValue(value)});
+    return true;
+  });
+  if (result != nullptr) *result = walked;
+  return tokens;
+}
+
 }  // namespace sondrel::bsm

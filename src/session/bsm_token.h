@@ -1,6 +1,6 @@
 #pragma once
 // BSM audit tokens: the token ids, the decoded values of the tokens the
-// session and process sources read, and a cursor that walks the tokens of one
+// session and process sources read, and the walk over the tokens of one
 // record. Every other token is stepped over by its layout; an id with no known
 // layout covers everything up to the trailer, as the audit library does.
 // Decoded text and byte fields are views into the record: valid while it is.
@@ -10,6 +10,7 @@
 #include <span>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 namespace sondrel::bsm {
 
@@ -164,33 +165,43 @@ struct FileToken {
 using TokenValue = std::variant<std::monostate, HeaderToken, SubjectToken, ArgToken, StringToken, ExecStringsToken,
                                 ExitToken, ReturnToken, TrailerToken, IdentityToken, FileToken>;
 
-struct Token {
+// What every token has besides its value.
+struct TokenInfo {
   uint8_t id = 0;
   uint32_t length = 0;  // bytes, id included
   bool known = true;    // false: an id without a layout, covering the bytes up to the trailer
+};
+
+// A token with its value kept, for tools and tests; hot paths take the values
+// straight from walkTokens.
+struct Token : TokenInfo {
   TokenValue value;
 };
 
 // The name a token is printed under, as praudit-derived tools name them.
 [[nodiscard]] std::string_view tokenName(uint8_t id);
 
-enum class TokenStatus { token, end, malformed };
-
-// Walks the tokens of one framed record (header to trailer, or one file token).
-class TokenCursor {
- public:
-  explicit TokenCursor(std::span<const uint8_t> record) : record_(record) {}
-
-  // token: out holds the next token; end: the trailer (or file token) was the
-  // last one; malformed: the record can't be decoded further.
-  TokenStatus next(Token& out);
-  [[nodiscard]] size_t offset() const { return offset_; }
-
- private:
-  std::span<const uint8_t> record_;
-  size_t offset_ = 0;
-  bool done_ = false;
+enum class WalkStatus {
+  complete,  // every token up to a trailer that matches the record (or the lone file token)
+  stopped,   // the visitor asked to stop
+  malformed  // the record can't be decoded further
 };
+
+struct WalkResult {
+  WalkStatus status;
+  size_t offset;  // where the walk ended: the offending token when malformed
+};
+
+// Walks the tokens of one framed record (header to trailer, or one file
+// token), calling visitor(const TokenInfo&, const Value&) with Value one of
+// TokenValue's alternatives (std::monostate for a token stepped over). The
+// visitor returns false to stop. The trailer is handed over only once it has
+// been checked against the record, so a visitor may act on it.
+template <typename Visitor>
+WalkResult walkTokens(std::span<const uint8_t> record, Visitor&& visitor);
+
+// Every token of one record, in order; result (when given) tells how the walk ended.
+[[nodiscard]] std::vector<Token> collectTokens(std::span<const uint8_t> record, WalkResult* result = nullptr);
 
 }  // namespace sondrel::bsm
 

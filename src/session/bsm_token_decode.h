@@ -1,12 +1,13 @@
 #pragma once
-// The token decoder behind TokenCursor, kept inline: a record is walked token
-// by token in the hot loop of every audit reader. Included by bsm_token.h only.
+// The token decoder behind walkTokens, kept inline so that a visitor's use of
+// each value is compiled into the walk: a record is walked token by token in
+// the hot loop of every audit reader, and the fields no visitor reads are
+// never decoded. Included by bsm_token.h only.
 
 #include <algorithm>
 #include <cstring>
 
 namespace sondrel::bsm {
-
 
 namespace detail {
 
@@ -45,22 +46,22 @@ inline Address readAddress(const uint8_t* p, size_t length) {
 }
 
 // Decodes the token at p; avail counts the bytes from p to the end of the
-// region the token may use. Returns the token's length, or 0 when it does not
-// fit or breaks its own rules.
+// region the token may use. Hands the token to emit(TokenInfo, value) and
+// returns its length, or returns 0 without emitting when it does not fit or
+// breaks its own rules.
+template <typename Emit>
 class Decoder {
  public:
-  Decoder(const uint8_t* p, size_t avail) : p_(p), avail_(avail) {}
+  Decoder(const uint8_t* p, size_t avail, Emit& emit) : p_(p), avail_(avail), emit_(emit) {}
 
-  size_t decode(Token& out) {
+  size_t decode() {
     const uint8_t id = p_[0];
-    out.id = id;
-    out.known = true;
     switch (id) {
       case kHeader32:
       case kHeader32Ex:
       case kHeader64:
       case kHeader64Ex:
-        return header(out);
+        return header();
       case kSubject32:
       case kSubject64:
       case kSubject32Ex:
@@ -69,51 +70,41 @@ class Decoder {
       case kProcess64:
       case kProcess32Ex:
       case kProcess64Ex:
-        return subject(out);
+        return subject();
       case kArg32:
       case kArg64:
-        return argument(out);
+        return argument();
       case kPath:
       case kText:
       case kZonename: {
         if (!need(3)) return 0;
         const size_t length = 3 + be16(p_ + 1);
         if (!need(length)) return 0;
-        out.value.emplace<StringToken>(StringToken{countedText(p_ + 3, length - 3)});
-        return length;
+        return emit(length, StringToken{countedText(p_ + 3, length - 3)});
       }
       case kExecArgs:
       case kExecEnv:
       case kKrb5Principal:
       case kCertHash:
-        return execStrings(out);
+        return execStrings();
       case kExit:
         if (!need(9)) return 0;
-        out.value.emplace<ExitToken>(ExitToken{be32(p_ + 1), be32(p_ + 5)});
-        return 9;
+        return emit(9, ExitToken{be32(p_ + 1), be32(p_ + 5)});
       case kReturn32:
         if (!need(6)) return 0;
-        out.value.emplace<ReturnToken>(ReturnToken{p_[1], be32(p_ + 2)});
-        return 6;
+        return emit(6, ReturnToken{p_[1], be32(p_ + 2)});
       case kReturn64:
         if (!need(10)) return 0;
-        out.value.emplace<ReturnToken>(ReturnToken{p_[1], be64(p_ + 2)});
-        return 10;
-      case kTrailer:
-        if (!need(7)) return 0;
-        out.value.emplace<TrailerToken>(TrailerToken{be16(p_ + 1), be32(p_ + 3)});
-        return 7;
+        return emit(10, ReturnToken{p_[1], be64(p_ + 2)});
       case kIdentity:
-        return identity(out);
+        return identity();
       case kOtherFile32: {
         if (!need(11)) return 0;
         const size_t length = 11 + be16(p_ + 9);
         if (!need(length)) return 0;
-        out.value.emplace<FileToken>(FileToken{be32(p_ + 1), be32(p_ + 5), countedText(p_ + 11, length - 11)});
-        return length;
+        return emit(length, FileToken{be32(p_ + 1), be32(p_ + 5), countedText(p_ + 11, length - 11)});
       }
       default:
-        out.value.emplace<std::monostate>();
         return skipped(id);
     }
   }
@@ -122,10 +113,16 @@ class Decoder {
   [[nodiscard]] bool need(size_t length) const { return length <= avail_; }
   size_t fixed(size_t length) const { return need(length) ? length : 0; }
 
-  size_t header(Token& out) {
+  template <typename Value>
+  size_t emit(size_t length, const Value& value, bool known = true) {
+    emit_(TokenInfo{p_[0], static_cast<uint32_t>(length), known}, value);
+    return length;
+  }
+
+  size_t header() {
     const uint8_t id = p_[0];
     if (!need(10)) return 0;
-    auto& header = out.value.emplace<HeaderToken>();
+    HeaderToken header;
     header.size = be32(p_ + 1);
     header.version = p_[5];
     header.event = be16(p_ + 6);
@@ -149,16 +146,16 @@ class Decoder {
       header.milliseconds = be64(p_ + at + 8);
       at += 16;
     }
-    return at;
+    return emit(at, header);
   }
 
-  size_t subject(Token& out) {
+  size_t subject() {
     const uint8_t id = p_[0];
     const bool widePort = id == kSubject64 || id == kSubject64Ex || id == kProcess64 || id == kProcess64Ex;
     const bool extended = id == kSubject32Ex || id == kSubject64Ex || id == kProcess32Ex || id == kProcess64Ex;
     size_t at = 1 + 28 + (widePort ? 8 : 4);
     if (!need(at)) return 0;
-    auto& subject = out.value.emplace<SubjectToken>();
+    SubjectToken subject;
     subject.auid = be32(p_ + 1);
     subject.euid = be32(p_ + 5);
     subject.egid = be32(p_ + 9);
@@ -177,20 +174,19 @@ class Decoder {
     }
     if (!need(at + addressLength)) return 0;
     subject.address = readAddress(p_ + at, addressLength);
-    return at + addressLength;
+    return emit(at + addressLength, subject);
   }
 
-  size_t argument(Token& out) {
+  size_t argument() {
     const bool wide = p_[0] == kArg64;
     const size_t fixedPart = wide ? 12 : 8;
     if (!need(fixedPart)) return 0;
     const size_t length = fixedPart + be16(p_ + fixedPart - 2);
     if (!need(length)) return 0;
-    out.value.emplace<ArgToken>(ArgToken{p_[1], wide ? be64(p_ + 2) : be32(p_ + 2), countedText(p_ + fixedPart, length - fixedPart)});
-    return length;
+    return emit(length, ArgToken{p_[1], wide ? be64(p_ + 2) : be32(p_ + 2), countedText(p_ + fixedPart, length - fixedPart)});
   }
 
-  size_t execStrings(Token& out) {
+  size_t execStrings() {
     if (!need(5)) return 0;
     const uint32_t count = be32(p_ + 1);
     const auto* begin = reinterpret_cast<const char*>(p_ + 5);
@@ -201,13 +197,13 @@ class Decoder {
       if (nul == nullptr) return 0;
       at = static_cast<const char*>(nul) + 1;
     }
-    out.value.emplace<ExecStringsToken>(ExecStringsToken{count, std::string_view(begin, static_cast<size_t>(at - begin))});
-    return 5 + static_cast<size_t>(at - begin);
+    return emit(5 + static_cast<size_t>(at - begin),
+                ExecStringsToken{count, std::string_view(begin, static_cast<size_t>(at - begin))});
   }
 
-  size_t identity(Token& out) {
+  size_t identity() {
     if (!need(7)) return 0;
-    auto& identity = out.value.emplace<IdentityToken>();
+    IdentityToken identity;
     identity.signerType = be32(p_ + 1);
     size_t at = 5;
     const size_t signingLength = be16(p_ + at);
@@ -226,11 +222,21 @@ class Decoder {
     at += 2;
     if (!need(at + hashLength)) return 0;
     identity.cdhash = std::span<const uint8_t>(p_ + at, hashLength);
-    return at + hashLength;
+    return emit(at + hashLength, identity);
   }
 
   // Tokens read only to be stepped over.
   size_t skipped(uint8_t id) {
+    const size_t length = skippedLength(id);
+    if (length == 0) return 0;
+    // Without a layout the only safe step is to the trailer.
+    if (length == kUnknownLength) return emit(avail_, std::monostate{}, false);
+    return emit(length, std::monostate{});
+  }
+
+  static constexpr size_t kUnknownLength = static_cast<size_t>(-1);
+
+  size_t skippedLength(uint8_t id) const {
     switch (id) {
       case kAttr32: return fixed(29);
       case kAttr64: return fixed(33);
@@ -283,63 +289,49 @@ class Decoder {
       case kReturnUuid:
         return need(20) ? fixed(20 + be16(p_ + 18)) : 0;
       default:
-        return unknownLength();
+        return kUnknownLength;
     }
   }
 
-  // Without a layout the only safe step is to the trailer.
-  size_t unknownLength() const { return avail_ >= 1 ? static_cast<size_t>(-1) : 0; }
-
   const uint8_t* p_;
   size_t avail_;
+  Emit& emit_;
 };
 
 }  // namespace detail
 
-inline TokenStatus TokenCursor::next(Token& out) {
-  if (done_) return TokenStatus::end;
-  const size_t size = record_.size();
-  if (offset_ >= size) {
-    done_ = true;
-    return TokenStatus::malformed;
-  }
-  const uint8_t* p = record_.data() + offset_;
-  // A file token is a record of its own; everything else ends in the trailer.
-  const bool fileRecord = record_[0] == kOtherFile32;
-  size_t avail = size - offset_;
-  if (!fileRecord && p[0] != kTrailer) {
-    if (size < kTrailerLength || offset_ > size - kTrailerLength) {
-      done_ = true;
-      return TokenStatus::malformed;
-    }
-    avail = size - kTrailerLength - offset_;
-    if (avail == 0) {
-      done_ = true;
-      return TokenStatus::malformed;
-    }
-  }
-  size_t length = detail::Decoder(p, avail).decode(out);
-  if (length == static_cast<size_t>(-1)) {
-    out.known = false;
-    length = avail;
-  }
-  if (length == 0) {
-    done_ = true;
-    return TokenStatus::malformed;
-  }
-  out.length = static_cast<uint32_t>(length);
-  offset_ += length;
-  if (fileRecord) {
-    done_ = true;
-    return offset_ == size ? TokenStatus::token : TokenStatus::malformed;
-  }
-  if (out.id == kTrailer) {
-    done_ = true;
-    const auto& trailer = std::get<TrailerToken>(out.value);
-    if (offset_ != size || trailer.magic != kTrailerMagic || trailer.count != size) return TokenStatus::malformed;
-  }
-  return TokenStatus::token;
-}
+template <typename Visitor>
+WalkResult walkTokens(std::span<const uint8_t> record, Visitor&& visitor) {
+  const uint8_t* base = record.data();
+  const size_t size = record.size();
+  bool keepGoing = true;
+  auto emit = [&](const TokenInfo& info, const auto& value) { keepGoing = visitor(info, value); };
 
+  // A file token is a record of its own, its length set by its name.
+  if (size >= 11 && base[0] == kOtherFile32) {
+    if (11 + size_t{detail::be16(base + 9)} != size) return {WalkStatus::malformed, 0};
+    detail::Decoder(base, size, emit).decode();
+    return {keepGoing ? WalkStatus::complete : WalkStatus::stopped, size};
+  }
+
+  // Everything else ends in the trailer; no token may reach into it.
+  if (size < kTrailerLength) return {WalkStatus::malformed, 0};
+  const size_t body = size - kTrailerLength;
+  size_t offset = 0;
+  while (offset < body) {
+    if (base[offset] == kTrailer) return {WalkStatus::malformed, offset};
+    const size_t length = detail::Decoder(base + offset, body - offset, emit).decode();
+    if (length == 0) return {WalkStatus::malformed, offset};
+    offset += length;
+    if (!keepGoing) return {WalkStatus::stopped, offset};
+  }
+  const uint8_t* trailer = base + body;
+  const TrailerToken value{detail::be16(trailer + 1), detail::be32(trailer + 3)};
+  if (trailer[0] != kTrailer || value.magic != kTrailerMagic || value.count != size) {
+    return {WalkStatus::malformed, body};
+  }
+  visitor(TokenInfo{kTrailer, static_cast<uint32_t>(kTrailerLength), true}, value);
+  return {WalkStatus::complete, size};
+}
 
 }  // namespace sondrel::bsm

@@ -117,10 +117,8 @@ TEST_F(BsmCorpus, FiftyArgumentSampleAgreesWithOracle) {
   expectAgreesWithOracle("sample-openbsm-execve-long-args");
   // Beyond the oracle: every argument, in order, is there.
   const auto bytes = trail("sample-openbsm-execve-long-args");
-  TokenCursor cursor(bytes);
-  Token token;
   std::vector<std::string> arguments;
-  while (cursor.next(token) == TokenStatus::token) {
+  for (const auto& token : collectTokens(bytes)) {
     if (token.id == kExecArgs) {
       std::get<ExecStringsToken>(token.value).forEach([&](std::string_view s) { arguments.emplace_back(s); });
     }

@@ -98,14 +98,9 @@ struct FieldWriter {
 }  // namespace
 
 bool writeBsmRecordJson(JsonWriter& json, size_t recordNumber, size_t offset, std::span<const uint8_t> record) {
-  std::vector<bsm::Token> tokens;
-  bsm::TokenCursor cursor(record);
-  for (bsm::Token token;;) {
-    const auto status = cursor.next(token);
-    if (status == bsm::TokenStatus::end) break;
-    if (status == bsm::TokenStatus::malformed) return false;
-    tokens.push_back(token);
-  }
+  bsm::WalkResult walked;
+  const auto tokens = bsm::collectTokens(record, &walked);
+  if (walked.status != bsm::WalkStatus::complete) return false;
   json.beginObject()
       .field("rec", static_cast<uint64_t>(recordNumber))
       .field("off", static_cast<uint64_t>(offset))
