@@ -81,8 +81,10 @@ TEST(ProcessEventsLive, TwoHundredShortProcessesAreEachReportedWithTheirExit) {
   std::map<uint32_t, std::vector<std::string>> expected;
   std::vector<pid_t> children;
   for (int i = 0; i < kProcesses; ++i) {
-    // sleep adds up its arguments: each child gets arguments of its own.
-    std::vector<std::string> arguments = {"/bin/sleep", "0.2", "0.000" + std::to_string(100 + i)};
+    // sleep adds up its arguments: each child gets arguments of its own. A
+    // second of life keeps each one readable in /proc while the reader works
+    // through the burst, even in a sanitizer build beside other tests.
+    std::vector<std::string> arguments = {"/bin/sleep", "1", "0.000" + std::to_string(100 + i)};
     std::vector<char*> argv;
     for (auto& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
