@@ -26,22 +26,20 @@ struct Trail {
 };
 
 Trail buildTrail(size_t targetRecords) {
-  {
-    Trail built;
-    std::ifstream in(std::string(SONDREL_CORPUS_DIR) + "/bsm/trail-small.bsm", std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    const std::string sample = text.str();
-    if (sample.empty()) return built;
-    size_t perCopy = 0;
-    bsm::forEachRecord(std::span(reinterpret_cast<const uint8_t*>(sample.data()), sample.size()),
-                       [&](size_t, std::span<const uint8_t>) { ++perCopy; });
-    const size_t copies = (targetRecords + perCopy - 1) / perCopy;
-    built.bytes.reserve(copies * sample.size());
-    for (size_t i = 0; i < copies; ++i) built.bytes.insert(built.bytes.end(), sample.begin(), sample.end());
-    built.records = copies * perCopy;
-    return built;
-  }
+  Trail built;
+  std::ifstream in(std::string(SONDREL_CORPUS_DIR) + "/bsm/trail-small.bsm", std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  const std::string sample = text.str();
+  if (sample.empty()) return built;
+  size_t perCopy = 0;
+  bsm::forEachRecord(std::span(reinterpret_cast<const uint8_t*>(sample.data()), sample.size()),
+                     [&](size_t, std::span<const uint8_t>) { ++perCopy; });
+  const size_t copies = (targetRecords + perCopy - 1) / perCopy;
+  built.bytes.reserve(copies * sample.size());
+  for (size_t i = 0; i < copies; ++i) built.bytes.insert(built.bytes.end(), sample.begin(), sample.end());
+  built.records = copies * perCopy;
+  return built;
 }
 
 const Trail& largeTrail() {

@@ -53,10 +53,6 @@ std::optional<std::string> readFileCapped(const std::string& path, size_t maxByt
   return content;
 }
 
-namespace {
-
-}  // namespace
-
 bool createFolderIfMissing(const std::string& folder, std::string* reason) {
   std::string ignored;
   if (reason == nullptr) reason = &ignored;

@@ -7,11 +7,6 @@ namespace sondrel::bsm {
 
 namespace {
 
-uint32_t be32(const uint8_t* p) {
-  return (static_cast<uint32_t>(p[0]) << 24) | (static_cast<uint32_t>(p[1]) << 16) |
-         (static_cast<uint32_t>(p[2]) << 8) | static_cast<uint32_t>(p[3]);
-}
-
 // The smallest header of each kind plus the trailer.
 size_t minimumRecordLength(uint8_t id) {
   switch (id) {
@@ -29,19 +24,19 @@ Framing frameRecord(std::span<const uint8_t> bytes, size_t maxRecordBytes, bool 
   const uint8_t id = bytes[0];
   if (id == kOtherFile32 && acceptFileToken) {
     if (bytes.size() < 11) return {Framing::needMore};
-    const size_t length = 11 + ((static_cast<size_t>(bytes[9]) << 8) | bytes[10]);
+    const size_t length = 11 + size_t{detail::be16(bytes.data() + 9)};
     if (bytes.size() < length) return {Framing::needMore};
     return {Framing::complete, length};
   }
   if (!isHeaderId(id)) return {Framing::invalid};
   if (bytes.size() < 5) return {Framing::needMore};
-  const size_t length = be32(bytes.data() + 1);
+  const size_t length = detail::be32(bytes.data() + 1);
   if (length < minimumRecordLength(id) || length > maxRecordBytes) return {Framing::invalid};
   if (bytes.size() < length) return {Framing::needMore};
   // The trailer repeats the length: a header id that merely happens to be
   // here (while finding our way back into a damaged stream) rarely agrees.
   const uint8_t* trailer = bytes.data() + length - kTrailerLength;
-  if (trailer[0] != kTrailer || ((trailer[1] << 8) | trailer[2]) != kTrailerMagic || be32(trailer + 3) != length) {
+  if (trailer[0] != kTrailer || detail::be16(trailer + 1) != kTrailerMagic || detail::be32(trailer + 3) != length) {
     return {Framing::invalid};
   }
   return {Framing::complete, length};

@@ -66,13 +66,9 @@ uint64_t forEachRecord(std::span<const uint8_t> trail, Visit&& visit) {
       visit(offset, trail.subspan(offset, framing.length));
       resynced = true;
       offset += framing.length;
-    } else if (framing.kind == Framing::invalid) {
-      ++skipped;
-      ++offset;
-      resynced = false;
     } else {
-      // A damaged length reaching past the end: nothing more will come, so
-      // look for a record behind it.
+      // Not a record, or a damaged length reaching past the end (nothing more
+      // will come): look for a record behind it.
       ++skipped;
       ++offset;
       resynced = false;
