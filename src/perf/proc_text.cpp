@@ -3,37 +3,13 @@
 #include <charconv>
 #include <set>
 
+#include "frame/text_fields.h"
+
 namespace sondrel {
 
 namespace {
 
-// Splits off the next line (without its newline).
-std::string_view nextLine(std::string_view& text) {
-  const auto end = text.find('\n');
-  const auto line = text.substr(0, end);
-  text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-  return line;
-}
-
-std::string_view nextField(std::string_view& line) {
-  const auto start = line.find_first_not_of(" \t");
-  if (start == std::string_view::npos) {
-    line = {};
-    return {};
-  }
-  line.remove_prefix(start);
-  const auto end = line.find_first_of(" \t");
-  const auto field = line.substr(0, end);
-  line.remove_prefix(end == std::string_view::npos ? line.size() : end);
-  return field;
-}
-
-std::optional<uint64_t> toNumber(std::string_view field) {
-  uint64_t value = 0;
-  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
-  if (error != std::errc() || end != field.data() + field.size() || field.empty()) return std::nullopt;
-  return value;
-}
+std::optional<uint64_t> toNumber(std::string_view field) { return parseWhole<uint64_t>(field); }
 
 bool isProcessorLabel(std::string_view label) {
   if (!label.starts_with("cpu") || label.size() == 3) return false;

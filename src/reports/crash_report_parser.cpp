@@ -3,13 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <charconv>
-
 #include "frame/app_attributes.h"
 #include "frame/export_guard.h"
 #include "frame/file_utils.h"
 #include "frame/json_blocks.h"
 #include "frame/logger.h"
+#include "frame/text_fields.h"
 #include "frame/users.h"
 #include "reports/binary_image_line.h"
 #include "reports/report_date.h"
@@ -71,13 +70,6 @@ std::string_view jsonText(const simdjson::dom::object& object, std::string_view 
   std::string_view text;
   if (object.at_key(key).get_string().get(text) != simdjson::SUCCESS) return {};
   return text;
-}
-
-std::optional<uint32_t> parseUnsignedDecimal(std::string_view text) {
-  uint32_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || text.empty()) return std::nullopt;
-  return value;
 }
 
 }  // namespace
@@ -325,7 +317,7 @@ void CrashReportParser::retrieveCrashAppAttributes() {
   crashInfo->application = property("Identifier");
   crashInfo->version = property("Version");
   crashInfo->appPath = property("Path");
-  if (const auto uid = parseUnsignedDecimal(property("User ID"))) {
+  if (const auto uid = parseWhole<uint32_t>(property("User ID"))) {
     auto found = userNames_.find(*uid);
     if (found == userNames_.end()) found = userNames_.emplace(*uid, userNameForUid(*uid).value_or("")).first;
     crashInfo->user = found->second;

@@ -1,8 +1,7 @@
 #include "services/service_content_parser.h"
 
-#include <charconv>
-
 #include "frame/logger.h"
+#include "frame/text_fields.h"
 
 namespace sondrel {
 
@@ -18,15 +17,6 @@ std::string_view trimCharacters(std::string_view text, std::string_view characte
   if (first == std::string_view::npos) return {};
   const auto last = text.find_last_not_of(characters);
   return text.substr(first, last - first + 1);
-}
-
-template <typename Number>
-std::optional<Number> parseWhole(std::string_view text) {
-  Number number{};
-  const char* end = text.data() + text.size();
-  auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
-  return number;
 }
 
 }  // namespace

@@ -1,30 +1,12 @@
 #include "session/linux/proc_files.h"
 
-#include <charconv>
+#include "frame/text_fields.h"
 
 namespace sondrel::linux_proc {
 
 namespace {
 
-std::string_view nextField(std::string_view& text) {
-  const size_t start = text.find_first_not_of(" \t");
-  if (start == std::string_view::npos) {
-    text = {};
-    return {};
-  }
-  text.remove_prefix(start);
-  const size_t end = text.find_first_of(" \t\n");
-  const auto field = text.substr(0, end);
-  text.remove_prefix(end == std::string_view::npos ? text.size() : end);
-  return field;
-}
-
-std::optional<uint32_t> number(std::string_view field) {
-  uint32_t value = 0;
-  const auto result = std::from_chars(field.data(), field.data() + field.size(), value);
-  if (result.ec != std::errc() || result.ptr != field.data() + field.size()) return std::nullopt;
-  return value;
-}
+std::optional<uint32_t> number(std::string_view field) { return parseWhole<uint32_t>(field); }
 
 }  // namespace
 
