@@ -6,6 +6,8 @@
 #include <charconv>
 #include <cstdlib>
 
+#include "frame/text_fields.h"
+
 namespace sondrel {
 
 std::optional<OSVersion> parseVersionTriple(std::string_view text) {
@@ -26,11 +28,8 @@ std::optional<OSVersion> parseVersionTriple(std::string_view text) {
 }
 
 std::optional<std::string> parseOsReleaseVersionId(std::string_view text) {
-  size_t at = 0;
-  while (at < text.size()) {
-    const size_t end = std::min(text.find('\n', at), text.size());
-    std::string_view line = text.substr(at, end - at);
-    at = end + 1;
+  while (!text.empty()) {
+    std::string_view line = nextLine(text);
     if (!line.starts_with("VERSION_ID=")) continue;
     line.remove_prefix(11);
     while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.remove_suffix(1);

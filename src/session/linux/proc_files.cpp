@@ -23,11 +23,8 @@ std::optional<StatFields> parseStat(std::string_view text) {
 }
 
 std::optional<StatusIds> parseStatusUids(std::string_view text) {
-  size_t at = 0;
-  while (at < text.size()) {
-    const size_t end = std::min(text.find('\n', at), text.size());
-    std::string_view line = text.substr(at, end - at);
-    at = end + 1;
+  while (!text.empty()) {
+    std::string_view line = nextLine(text);
     if (!line.starts_with("Uid:")) continue;
     line.remove_prefix(4);
     const auto real = number(nextField(line));
