@@ -1,8 +1,12 @@
 #include "perf/network_perf_info.h"
 
+#include <ifaddrs.h>
 #include <net/if.h>
 
 #include <fmt/format.h>
+
+#include "frame/logger.h"
+#include "frame/owned.h"
 
 namespace sondrel {
 
@@ -27,6 +31,32 @@ std::string formatMacAddress(std::span<const uint8_t> bytes) {
     text += fmt::format("{:02x}", bytes[i]);
   }
   return text;
+}
+
+std::optional<std::vector<NetworkPerfInfo>> NetworkPerfInfoProvider::tryGetNetwork() {
+  ifaddrs* list = nullptr;
+  if (::getifaddrs(&list) != 0 || list == nullptr) {
+    Logger::logError("Error: Could not fetch Network perf info. {}.", "getifaddrs() failed");
+    return std::nullopt;
+  }
+  const Owned<ifaddrs*, nullptr, ::freeifaddrs> owner(list);
+  const int family = linkLayerFamily();
+  std::vector<LinkEntry> entries;
+  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != family) continue;
+    LinkEntry link;
+    link.name = entry->ifa_name != nullptr ? entry->ifa_name : "";
+    link.flags = entry->ifa_flags;
+    link.hasData = entry->ifa_data != nullptr;
+    link.macAddress = macAddress(entry->ifa_addr);
+    if (link.hasData) {
+      const auto counters = linkErrorCounters(entry->ifa_data);
+      link.inErrors = counters.inErrors;
+      link.outErrors = counters.outErrors;
+    }
+    entries.push_back(std::move(link));
+  }
+  return activeInterfaces(entries);
 }
 
 }  // namespace sondrel

@@ -42,12 +42,22 @@ struct LinkEntry {
 // Colon-separated lower-case hex; kUnknownMacAddress when there are no bytes.
 [[nodiscard]] std::string formatMacAddress(std::span<const uint8_t> bytes);
 
-// getifaddrs over the link layer: AF_LINK on macOS, AF_PACKET on Linux. Stateless.
+// getifaddrs over the link layer. Stateless.
 class NetworkPerfInfoProvider final : public INetworkPerfInfoProvider {
  public:
   std::optional<std::vector<NetworkPerfInfo>> tryGetNetwork() override;
   // The link address as text; kUnknownMacAddress when it has none.
   [[nodiscard]] static std::string macAddress(const struct sockaddr* address);
 };
+
+// What each platform's interface list differs in: the family of its
+// link-layer entries (AF_LINK on macOS, AF_PACKET on Linux) and the layout of
+// the counters the kernel hangs on them.
+[[nodiscard]] int linkLayerFamily();
+struct LinkErrorCounters {
+  uint32_t inErrors = 0;
+  uint32_t outErrors = 0;
+};
+[[nodiscard]] LinkErrorCounters linkErrorCounters(const void* data);
 
 }  // namespace sondrel
