@@ -53,6 +53,11 @@ std::optional<std::string> readFileCapped(const std::string& path, size_t maxByt
   return content;
 }
 
+std::string cacheFilePath(const std::string& cachePath, std::string_view cacheFileName) {
+  if (cachePath.empty()) return std::string(cacheFileName);
+  return (cachePath.ends_with('/') ? cachePath : cachePath + "/") + std::string(cacheFileName);
+}
+
 bool createFolderIfMissing(const std::string& folder, std::string* reason) {
   std::string ignored;
   if (reason == nullptr) reason = &ignored;

@@ -21,6 +21,10 @@ inline constexpr size_t kMaxInputFileBytes = 16 * 1024 * 1024;
 [[nodiscard]] std::optional<std::string> readFileCapped(const std::string& path,
                                                         size_t maxBytes = kMaxInputFileBytes);
 
+// The cache file inside the host's cache folder; an empty folder means the
+// current folder of the process.
+[[nodiscard]] std::string cacheFilePath(const std::string& cachePath, std::string_view cacheFileName);
+
 // Creates folder and its missing parents with mode 0700.
 [[nodiscard]] bool createFolderIfMissing(const std::string& folder, std::string* reason);
 

@@ -1,6 +1,7 @@
 #include "reports/app_crash_events.h"
 
 #include "frame/c_strings.h"
+#include "frame/file_utils.h"
 
 namespace sondrel {
 

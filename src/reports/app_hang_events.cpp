@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "frame/c_strings.h"
+#include "frame/file_utils.h"
 
 namespace sondrel {
 

@@ -99,11 +99,6 @@ std::vector<std::string> selectNewReports(const std::vector<std::string>& candid
   return fresh;
 }
 
-std::string cacheFilePath(const std::string& cachePath, std::string_view cacheFileName) {
-  if (cachePath.empty()) return std::string(cacheFileName);
-  return (cachePath.ends_with('/') ? cachePath : cachePath + "/") + std::string(cacheFileName);
-}
-
 std::vector<std::string> getCrashReportDirs() {
   std::vector<std::string> folders{std::string(kSystemReportFolder)};
   for (const auto& user : CommonUtils::listUsers()) {

@@ -39,9 +39,6 @@ struct CandidateRules {
 // Every "/Retired/" of path replaced with "/".
 [[nodiscard]] std::string foldRetiredFolder(std::string_view path);
 
-// The cache file inside the host's cache folder; an empty folder means the
-// current folder of the process.
-[[nodiscard]] std::string cacheFilePath(const std::string& cachePath, std::string_view cacheFileName);
 
 // The system report folder, then each local user's own, built afresh each call.
 [[nodiscard]] std::vector<std::string> getCrashReportDirs();

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "frame/file_utils.h"
 #include "frame/plist_cache.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_folder.h"

@@ -39,10 +39,7 @@ std::shared_ptr<ServiceChangeEvents> ServiceChangeEvents::create(const std::stri
 ServiceChangeEvents::ServiceChangeEvents(const std::string& cachePath, std::chrono::nanoseconds interval,
                                          std::shared_ptr<IServiceUtils> serviceUtils)
     : interval(interval), serviceUtils(std::move(serviceUtils)) {
-  if (!cachePath.empty()) {
-    cacheFileUrl_ = cachePath.ends_with('/') ? cachePath + kServicesCacheFileName
-                                             : cachePath + "/" + kServicesCacheFileName;
-  }
+  if (!cachePath.empty()) cacheFileUrl_ = cacheFilePath(cachePath, kServicesCacheFileName);
 }
 
 ServiceChangeEvents::~ServiceChangeEvents() = default;

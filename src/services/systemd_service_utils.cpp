@@ -133,9 +133,12 @@ std::optional<std::vector<ServiceInfo>> SystemdServiceUtils::getServices() {
     if (entry.unit.load == "loaded") listed.push_back(std::move(entry));
   }
 
+  // Each user's folders cost a password-database lookup: once per poll.
+  std::map<std::string, std::vector<std::string>> userDirs;
   std::vector<std::string> allDirs = locations_.systemUnitDirs;
   for (const auto& name : userNames) {
-    for (auto& dir : unitDirsFor(name)) allDirs.push_back(std::move(dir));
+    const auto& dirs = userDirs[name] = unitDirsFor(name);
+    allDirs.insert(allDirs.end(), dirs.begin(), dirs.end());
   }
   unitFiles_.update(allDirs);
 
@@ -149,7 +152,8 @@ std::optional<std::vector<ServiceInfo>> SystemdServiceUtils::getServices() {
   TaskGroup group;
   for (size_t index = 0; index < listed.size(); ++index) {
     const auto& entry = listed[index];
-    UnitDetails known{unitFiles_.programOf(entry.unit.name, unitDirsFor(entry.userName)), std::nullopt};
+    const auto& dirs = entry.userName ? userDirs[*entry.userName] : locations_.systemUnitDirs;
+    UnitDetails known{unitFiles_.programOf(entry.unit.name, dirs), std::nullopt};
     const bool askPid = !entry.userName && entry.unit.active == "active";
     if (known.program && !askPid) {
       std::lock_guard guard(shared->lock);
