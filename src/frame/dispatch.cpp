@@ -51,9 +51,7 @@ struct SerialQueue::State {
   }
 };
 
-SerialQueue::SerialQueue(std::string label) : label_(std::move(label)), state_(std::make_shared<State>()) {
-  state_->label = label_;
-}
+SerialQueue::SerialQueue(std::string label) : state_(std::make_shared<State>()) { state_->label = std::move(label); }
 
 SerialQueue::~SerialQueue() {
   std::thread worker;
@@ -278,34 +276,22 @@ struct TaskGroup::State {
 
 TaskGroup::TaskGroup() : state_(std::make_shared<State>()) {}
 
-void TaskGroup::enter() {
-  std::lock_guard lock(state_->mutex);
-  ++state_->members;
-}
-
-void TaskGroup::leave() {
-  std::lock_guard lock(state_->mutex);
-  if (state_->members > 0 && --state_->members == 0) state_->allLeft.notify_all();
-}
-
 void TaskGroup::async(DispatchQueue& queue, std::function<void()> work) {
-  enter();
+  {
+    std::lock_guard lock(state_->mutex);
+    ++state_->members;
+  }
   // The state outlives the group object when a waiter gave up before the work ended.
   queue.async([state = state_, work = std::move(work)] {
     runGuarded(work, "task group");
     std::lock_guard lock(state->mutex);
-    if (state->members > 0 && --state->members == 0) state->allLeft.notify_all();
+    if (--state->members == 0) state->allLeft.notify_all();
   });
 }
 
 bool TaskGroup::waitFor(std::chrono::nanoseconds timeout) {
   std::unique_lock lock(state_->mutex);
   return state_->allLeft.wait_for(lock, timeout, [&] { return state_->members == 0; });
-}
-
-void TaskGroup::wait() {
-  std::unique_lock lock(state_->mutex);
-  state_->allLeft.wait(lock, [&] { return state_->members == 0; });
 }
 
 }  // namespace sondrel

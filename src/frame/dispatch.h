@@ -31,11 +31,9 @@ class SerialQueue final : public DispatchQueue {
   // the queue itself, so a queue never waits for itself.
   void sync(const std::function<void()>& work);
   [[nodiscard]] bool isCurrent() const;
-  [[nodiscard]] const std::string& label() const { return label_; }
 
  private:
   struct State;
-  std::string label_;
   std::shared_ptr<State> state_;
 };
 
@@ -82,13 +80,10 @@ class RepeatingTimer {
 class TaskGroup {
  public:
   TaskGroup();
-  void enter();
-  void leave();
   // Runs work on queue as one member of the group.
   void async(DispatchQueue& queue, std::function<void()> work);
   // True when every member has left before the timeout.
   [[nodiscard]] bool waitFor(std::chrono::nanoseconds timeout);
-  void wait();
 
  private:
   struct State;

@@ -43,10 +43,10 @@ void Logger::log(LogLevel level, std::string_view message) {
     writeNativeLog(nativeLogTypeFor(level), libSondrelSubsystem, "", message);
     return;
   }
-  // The collector gets NUL-terminated copies that live until it returns.
-  const std::string subsystem(libSondrelSubsystem);
+  // The collector gets NUL-terminated text that lives until it returns; the
+  // subsystem views a string literal, which already is.
   const std::string text(message);
-  collector(static_cast<uint32_t>(level), subsystem.c_str(), text.c_str());
+  collector(static_cast<uint32_t>(level), libSondrelSubsystem.data(), text.c_str());
 }
 
 void Logger::logNative(LogLevel level, std::string_view subsystem, std::string_view category,
