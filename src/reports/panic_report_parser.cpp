@@ -102,6 +102,26 @@ std::optional<PanicTextFacts> parsePanicText(std::string_view text) {
   return facts;
 }
 
+namespace {
+
+std::optional<PanicInfo> noPanicLine(const std::string& path) {
+  Logger::logInfo("{} is not a panic report: it holds no panic line", path);
+  return std::nullopt;
+}
+
+PanicInfo panicInfoFrom(PanicTextFacts&& facts, const std::string& path, double when) {
+  PanicInfo info;
+  info.panicReason = std::move(facts.panicReason);
+  info.process = std::move(facts.process);
+  info.stackTrace = std::move(facts.stackTrace);
+  info.macosVersion = std::move(facts.macosVersion);
+  info.timestamp = wholeSecondsOrZero(when);
+  info.crashPath = path;
+  return info;
+}
+
+}  // namespace
+
 std::optional<PanicInfo> PanicReportParser::parsePanicReport(const std::string& path) {
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0) {
@@ -124,18 +144,9 @@ std::optional<PanicInfo> PanicReportParser::parsePanicReportContent(const std::s
     return std::nullopt;
   }
   auto facts = parsePanicText(text);
-  if (!facts) {
-    Logger::logInfo("{} is not a panic report: it holds no panic line", path);
-    return std::nullopt;
-  }
-  PanicInfo info;
-  info.panicReason = std::move(facts->panicReason);
-  info.process = std::move(facts->process);
-  info.stackTrace = std::move(facts->stackTrace);
-  info.macosVersion = std::move(facts->macosVersion);
-  info.timestamp = wholeSecondsOrZero(facts->dateLine ? facts->dateLine : std::optional<double>(modificationTime));
-  info.crashPath = path;
-  return info;
+  if (!facts) return noPanicLine(path);
+  const std::optional<double> when = facts->dateLine;
+  return panicInfoFrom(std::move(*facts), path, when ? *when : modificationTime);
 }
 
 std::optional<PanicInfo> PanicReportParser::parseJsonPanic(const std::string& path, std::string_view text,
@@ -189,19 +200,10 @@ std::optional<PanicInfo> PanicReportParser::parseJsonPanic(const std::string& pa
   std::optional<PanicTextFacts> facts;
   if (!macOSPanicString.empty()) facts = parsePanicText(macOSPanicString);
   if (!facts && !panicString.empty()) facts = parsePanicText(panicString);
-  if (!facts) {
-    Logger::logInfo("{} is not a panic report: it holds no panic line", path);
-    return std::nullopt;
-  }
-  PanicInfo info;
-  info.panicReason = std::move(facts->panicReason);
-  info.process = std::move(facts->process);
-  info.stackTrace = std::move(facts->stackTrace);
-  info.macosVersion = std::move(facts->macosVersion);
+  if (!facts) return noPanicLine(path);
+  const std::optional<double> when = headerTime ? headerTime : bodyTime ? bodyTime : facts->dateLine;
+  PanicInfo info = panicInfoFrom(std::move(*facts), path, when ? *when : modificationTime);
   info.version = !osVersion.empty() ? osVersion : build;
-  std::optional<double> when = headerTime ? headerTime : bodyTime ? bodyTime : facts->dateLine;
-  info.timestamp = wholeSecondsOrZero(when ? when : std::optional<double>(modificationTime));
-  info.crashPath = path;
   return info;
 }
 
