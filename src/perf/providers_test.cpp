@@ -185,7 +185,7 @@ TEST(HidSensors, HottestProcessorDie) {
   EXPECT_FALSE(cpuTemperatureFromHidSensors(std::vector<NamedTemperature>{{"NAND CH0 temp", 40}}));
 }
 
-TEST(SysfsTemperature, ProcessorZoneFirstThenHwmonPackageLabel) {
+TEST(SysfsTemperature, ProcessorZoneThenHwmonPackageLabel) {
   const std::vector<RegistryEntry> zones{{"thermal_zone0", {{"type", text("acpitz")}, {"temp", text("27800")}}},
                                          {"thermal_zone1", {{"type", text("x86_pkg_temp")}, {"temp", text("52000")}}}};
   const std::vector<RegistryEntry> chips{{"hwmon1",
@@ -194,18 +194,18 @@ TEST(SysfsTemperature, ProcessorZoneFirstThenHwmonPackageLabel) {
                                            {"temp2_input", text("70000")},
                                            {"temp1_label", text("Package id 0")},
                                            {"temp2_label", text("Core 0")}}}};
-  EXPECT_DOUBLE_EQ(*cpuTemperatureFromSysfs(zones, chips), 52.0);
-  EXPECT_DOUBLE_EQ(*cpuTemperatureFromSysfs({}, chips), 61.0);
+  EXPECT_DOUBLE_EQ(*cpuTemperatureFromThermalZones(zones), 52.0);
+  EXPECT_DOUBLE_EQ(*cpuTemperatureFromHwmonChips(chips), 61.0);
 }
 
 TEST(SysfsTemperature, HwmonWithoutLabelsGivesItsHottestInput) {
   const std::vector<RegistryEntry> chips{
       {"hwmon0", {{"name", text("nvme")}, {"temp1_input", text("80000")}}},
       {"hwmon2", {{"name", text("k10temp")}, {"temp1_input", text("45125")}, {"temp3_input", text("48000")}}}};
-  EXPECT_DOUBLE_EQ(*cpuTemperatureFromSysfs({}, chips), 48.0);
+  EXPECT_DOUBLE_EQ(*cpuTemperatureFromHwmonChips(chips), 48.0);
   // Absent sensors read 0 or nonsense and are ignored.
   const std::vector<RegistryEntry> broken{{"hwmon0", {{"name", text("cpu_thermal")}, {"temp1_input", text("0")}}}};
-  EXPECT_FALSE(cpuTemperatureFromSysfs({}, broken));
+  EXPECT_FALSE(cpuTemperatureFromHwmonChips(broken));
 }
 
 struct FixedSensor : ITemperatureSensor {

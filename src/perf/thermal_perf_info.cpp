@@ -80,13 +80,16 @@ std::optional<double> cpuTemperatureFromHidSensors(std::span<const NamedTemperat
   return hottest;
 }
 
-std::optional<double> cpuTemperatureFromSysfs(std::span<const RegistryEntry> thermalZones,
-                                              std::span<const RegistryEntry> hwmonChips) {
+std::optional<double> cpuTemperatureFromThermalZones(std::span<const RegistryEntry> thermalZones) {
   for (const auto& zone : thermalZones) {
     const auto* type = zone.findString("type");
     if (type == nullptr || !isProcessorZone(*type)) continue;
     if (auto celsius = milliCelsius(zone.find("temp"))) return celsius;
   }
+  return std::nullopt;
+}
+
+std::optional<double> cpuTemperatureFromHwmonChips(std::span<const RegistryEntry> hwmonChips) {
   for (const auto& chip : hwmonChips) {
     const auto* name = chip.findString("name");
     if (name == nullptr || !isProcessorChip(*name)) continue;

@@ -73,9 +73,10 @@ struct NamedTemperature {
 // The attributes asked of /sys/class/thermal zones and /sys/class/hwmon chips.
 inline constexpr std::string_view kThermalZoneKeys[] = {"type", "temp"};
 inline constexpr std::string_view kHwmonKeys[] = {"name", "temp*_input", "temp*_label"};
-// The package (or hottest core) temperature of the processor, from the
-// zones first and then the hwmon chips of known processor drivers.
-[[nodiscard]] std::optional<double> cpuTemperatureFromSysfs(std::span<const RegistryEntry> thermalZones,
-                                                            std::span<const RegistryEntry> hwmonChips);
+// The processor's temperature from the first processor zone that reads plausibly.
+// Zones win over hwmon chips, so the chips are read only when no zone answers.
+[[nodiscard]] std::optional<double> cpuTemperatureFromThermalZones(std::span<const RegistryEntry> thermalZones);
+// The package (or hottest core) temperature of the first chip of a known processor driver.
+[[nodiscard]] std::optional<double> cpuTemperatureFromHwmonChips(std::span<const RegistryEntry> hwmonChips);
 
 }  // namespace sondrel

@@ -89,6 +89,15 @@ TEST_F(SysfsTree, TemperatureFromHwmonGlobbedInputs) {
   EXPECT_DOUBLE_EQ(*sensor.tryGetCPUTemperature(), 55.0);
 }
 
+TEST_F(SysfsTree, ProcessorZoneWinsOverHwmon) {
+  add("thermal/thermal_zone0/type", "x86_pkg_temp\n");
+  add("thermal/thermal_zone0/temp", "52000\n");
+  add("hwmon/hwmon3/name", "coretemp\n");
+  add("hwmon/hwmon3/temp1_input", "61000\n");
+  TemperatureSensor sensor(nullptr, folder.path());
+  EXPECT_DOUBLE_EQ(*sensor.tryGetCPUTemperature(), 52.0);
+}
+
 TEST_F(SysfsTree, NoSensorsMeansNoTemperature) {
   TemperatureSensor sensor(nullptr, folder.path());
   EXPECT_FALSE(sensor.tryGetCPUTemperature());

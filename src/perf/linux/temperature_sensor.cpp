@@ -14,10 +14,13 @@ TemperatureSensor::TemperatureSensor(std::shared_ptr<ICommandRunner> commandRunn
     : commandRunner_(std::move(commandRunner)), registry_(std::move(root)) {}
 
 std::optional<double> TemperatureSensor::tryGetCPUTemperature() {
-  const auto zones = registry_.entries("thermal", kThermalZoneKeys);
-  const auto chips = registry_.entries("hwmon", kHwmonKeys);
-  const auto celsius = cpuTemperatureFromSysfs(zones ? *zones : std::vector<RegistryEntry>{},
-                                               chips ? *chips : std::vector<RegistryEntry>{});
+  std::optional<double> celsius;
+  if (const auto zones = registry_.entries("thermal", kThermalZoneKeys)) {
+    celsius = cpuTemperatureFromThermalZones(*zones);
+  }
+  if (!celsius) {
+    if (const auto chips = registry_.entries("hwmon", kHwmonKeys)) celsius = cpuTemperatureFromHwmonChips(*chips);
+  }
   if (!celsius) {
     Logger::logDebug("No thermal perf info: no processor sensor among the thermal zones and hwmon chips.");
   }
