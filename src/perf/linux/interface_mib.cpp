@@ -26,7 +26,7 @@ class SysClassNetMib final : public IInterfaceMib {
  public:
   std::optional<uint32_t> interfaceCount() override {
     names_.clear();
-    names_ = listFolder(kNetClass);
+    names_ = listFolder(kNetClass).value_or(std::vector<std::string>{});
     if (names_.empty()) return std::nullopt;
     return static_cast<uint32_t>(names_.size());
   }

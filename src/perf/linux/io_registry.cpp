@@ -29,12 +29,11 @@ constexpr size_t kAttributeCap = 4096;
 std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view className,
                                                               std::span<const std::string_view> keys) const {
   const std::string classFolder = root_ + "/sys/class/" + std::string(className);
-  UniqueDir probe(::opendir(classFolder.c_str()));
-  if (!probe) return std::nullopt;
-  probe.reset();
+  const auto devices = listFolder(classFolder);
+  if (!devices) return std::nullopt;
 
   std::vector<RegistryEntry> result;
-  for (const auto& device : listFolder(classFolder)) {
+  for (const auto& device : *devices) {
     RegistryEntry entry;
     entry.name = device;
     const std::string deviceFolder = classFolder + "/" + device;
@@ -48,7 +47,7 @@ std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view c
         continue;
       }
       if (!listed) {
-        files = listFolder(deviceFolder);
+        files = listFolder(deviceFolder).value_or(std::vector<std::string>{});
         listed = true;
       }
       for (const auto& file : files) {

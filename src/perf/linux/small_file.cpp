@@ -30,10 +30,10 @@ std::optional<std::string> readKernelFile(const std::string& path, size_t maxByt
   return content;
 }
 
-std::vector<std::string> listFolder(const std::string& path) {
-  std::vector<std::string> names;
+std::optional<std::vector<std::string>> listFolder(const std::string& path) {
   UniqueDir folder(::opendir(path.c_str()));
-  if (!folder) return names;
+  if (!folder) return std::nullopt;
+  std::vector<std::string> names;
   while (const dirent* entry = ::readdir(folder.get())) {
     if (entry->d_name[0] != '.') names.emplace_back(entry->d_name);
   }

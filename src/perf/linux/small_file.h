@@ -19,8 +19,8 @@ struct DirCloser {
 };
 using UniqueDir = std::unique_ptr<DIR, DirCloser>;
 
-// The names in a folder but "." entries, sorted; empty when it can't be listed.
-[[nodiscard]] std::vector<std::string> listFolder(const std::string& path);
+// The names in a folder but "." entries, sorted; nothing when it can't be listed.
+[[nodiscard]] std::optional<std::vector<std::string>> listFolder(const std::string& path);
 
 // Seconds since boot, sleep included, as the kernel's cumulative counters count.
 [[nodiscard]] double secondsSinceBoot();
