@@ -98,12 +98,16 @@ std::optional<std::string> wholeDiskFromMedia(const RegistryEntry& entry) {
   return *name;
 }
 
-std::optional<std::string> wholeDiskFromBlockClass(const RegistryEntry& entry) {
-  if (entry.find("partition") != nullptr) return std::nullopt;
+bool isHardwareBlockDeviceName(std::string_view name) {
   // Stacked and memory-backed devices would count the same I/O twice, or none at all.
   for (std::string_view prefix : {"loop", "ram", "zram", "dm-", "md", "nbd", "sr", "fd"}) {
-    if (std::string_view(entry.name).starts_with(prefix)) return std::nullopt;
+    if (name.starts_with(prefix)) return false;
   }
+  return true;
+}
+
+std::optional<std::string> wholeDiskFromBlockClass(const RegistryEntry& entry) {
+  if (entry.find("partition") != nullptr || !isHardwareBlockDeviceName(entry.name)) return std::nullopt;
   return entry.name;
 }
 

@@ -107,6 +107,9 @@ inline constexpr std::string_view kBlockDriverKeys[] = {"Statistics", "BSD Name"
 inline constexpr std::string_view kMediaKeys[] = {"Whole", "BSD Name"};
 [[nodiscard]] std::optional<std::string> wholeDiskFromMedia(const RegistryEntry& entry);
 
+// Whether a /sys/class/block device may be backed by hardware, by its name
+// alone (not a loop, RAM or mapped device).
+[[nodiscard]] bool isHardwareBlockDeviceName(std::string_view name);
 // The attributes a /sys/class/block entry is asked for; its name when it is a
 // whole disk backed by hardware (no partitions, loop, RAM or mapped devices).
 inline constexpr std::string_view kBlockClassKeys[] = {"partition"};

@@ -73,12 +73,16 @@ GPUPerfInfo gpuFromAccelerator(const RegistryEntry& entry, std::span<const Displ
   return gpu;
 }
 
-std::optional<GPUPerfInfo> gpuFromDrmCard(const RegistryEntry& entry) {
-  std::string_view name = entry.name;
-  if (!name.starts_with("card") || name.size() == 4) return std::nullopt;
+bool isDrmCardName(std::string_view name) {
+  if (!name.starts_with("card") || name.size() == 4) return false;
   for (char c : name.substr(4)) {
-    if (c < '0' || c > '9') return std::nullopt;
+    if (c < '0' || c > '9') return false;
   }
+  return true;
+}
+
+std::optional<GPUPerfInfo> gpuFromDrmCard(const RegistryEntry& entry) {
+  if (!isDrmCardName(entry.name)) return std::nullopt;
   const auto vendor = integerAt(entry, "device/vendor");
   const auto device = integerAt(entry, "device/device");
   if (!vendor || !device) return std::nullopt;

@@ -49,7 +49,9 @@ inline constexpr std::string_view kAcceleratorKeys[] = {"PerformanceStatistics",
 // The attributes a DRM card folder is asked for.
 inline constexpr std::string_view kDrmCardKeys[] = {"device/vendor", "device/device", "device/uevent",
                                                     "device/gpu_busy_percent", "device/mem_info_vram_total"};
-// A card's figures; nothing for connector folders ("card0-HDMI-A-1") and render nodes.
+// Whether a DRM folder is a card ("card0"), not a connector ("card0-HDMI-A-1") or a render node.
+[[nodiscard]] bool isDrmCardName(std::string_view name);
+// A card's figures; nothing for connector folders and render nodes.
 [[nodiscard]] std::optional<GPUPerfInfo> gpuFromDrmCard(const RegistryEntry& entry);
 
 }  // namespace sondrel

@@ -31,9 +31,14 @@ class IORegistry {
   // A copy of the device tree under root instead of the live one (Linux; for tests).
   explicit IORegistry(std::string root) : root_(std::move(root)) {}
 
+  // Tells from a device's name alone whether the caller wants the device at all.
+  using NameFilter = bool (*)(std::string_view name);
+
   // Nothing when the class can't be listed at all; an empty list when it has no devices.
+  // Devices that wanted turns down are left out before any of their properties is read.
   [[nodiscard]] std::optional<std::vector<RegistryEntry>> entries(std::string_view className,
-                                                                  std::span<const std::string_view> keys) const;
+                                                                  std::span<const std::string_view> keys,
+                                                                  NameFilter wanted = nullptr) const;
   [[nodiscard]] const std::string& root() const { return root_; }
 
  private:

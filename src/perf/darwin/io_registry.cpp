@@ -80,7 +80,8 @@ CFOwned<CFTypeRef> searchProperty(io_registry_entry_t service, CFStringRef key) 
 }  // namespace
 
 std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view className,
-                                                              std::span<const std::string_view> keys) const {
+                                                              std::span<const std::string_view> keys,
+                                                              NameFilter wanted) const {
   const std::string name(className);
   // IOServiceGetMatchingServices consumes the matching dictionary.
   CFMutableDictionaryRef matching = IOServiceMatching(name.c_str());
@@ -104,6 +105,7 @@ std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view c
     RegistryEntry entry;
     io_name_t entryName = {};
     if (IORegistryEntryGetName(service.get(), entryName) == KERN_SUCCESS) entry.name = entryName;
+    if (wanted != nullptr && !wanted(entry.name)) continue;
     for (size_t i = 0; i < cfKeys.size(); ++i) {
       if (!cfKeys[i]) continue;
       auto value = searchProperty(service.get(), cfKeys[i].get());

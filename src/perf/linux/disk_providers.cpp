@@ -20,7 +20,7 @@ std::optional<BlockDeviceReading> BlockDevicePerfInfoProvider::tryGetStatistics(
 }
 
 std::optional<std::vector<std::string>> MediaDevicePerfInfoProvider::tryGetWholeDisks() {
-  const auto devices = ioRegistry_->entries("block", kBlockClassKeys);
+  const auto devices = ioRegistry_->entries("block", kBlockClassKeys, isHardwareBlockDeviceName);
   if (!devices) {
     Logger::logError("Error: Could not list {}.", "/sys/class/block");
     return std::nullopt;

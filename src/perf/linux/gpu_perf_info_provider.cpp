@@ -6,7 +6,7 @@
 namespace sondrel {
 
 std::optional<std::vector<GPUPerfInfo>> GPUPerfInfoProvider::tryGetGPU() {
-  const auto cards = ioRegistry_->entries("drm", kDrmCardKeys);
+  const auto cards = ioRegistry_->entries("drm", kDrmCardKeys, isDrmCardName);
   if (!cards) {
     Logger::logDebug("No GPU perf info: the kernel exposes no DRM devices.");
     return std::nullopt;

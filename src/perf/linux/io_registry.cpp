@@ -27,13 +27,15 @@ constexpr size_t kAttributeCap = 4096;
 }  // namespace
 
 std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view className,
-                                                              std::span<const std::string_view> keys) const {
+                                                              std::span<const std::string_view> keys,
+                                                              NameFilter wanted) const {
   const std::string classFolder = root_ + "/sys/class/" + std::string(className);
   const auto devices = listFolder(classFolder);
   if (!devices) return std::nullopt;
 
   std::vector<RegistryEntry> result;
   for (const auto& device : *devices) {
+    if (wanted != nullptr && !wanted(device)) continue;
     RegistryEntry entry;
     entry.name = device;
     const std::string deviceFolder = classFolder + "/" + device;

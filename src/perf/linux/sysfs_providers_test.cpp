@@ -31,6 +31,11 @@ TEST_F(SysfsTree, EntriesCarryTheWantedAttributesTrimmed) {
   EXPECT_EQ(*(*entries)[0].findString("device/vendor"), "0x10de");
   EXPECT_TRUE((*entries)[1].properties.empty());
   EXPECT_FALSE(registry()->entries("nothing", keys));
+
+  const auto cards = registry()->entries("drm", keys, isDrmCardName);
+  ASSERT_TRUE(cards);
+  ASSERT_EQ(cards->size(), 1U);
+  EXPECT_EQ((*cards)[0].name, "card0");
 }
 
 TEST_F(SysfsTree, GraphicsProvidersListsCardsNotConnectors) {
