@@ -8,11 +8,6 @@ namespace sondrel {
 
 namespace {
 
-std::optional<int64_t> integerAt(const RegistryEntry& entry, std::string_view key) {
-  const auto* value = entry.find(key);
-  return value != nullptr ? integerValue(*value) : std::nullopt;
-}
-
 bool flagAt(const RegistryEntry& entry, std::string_view key) {
   const auto* value = entry.find(key);
   const auto* flag = value != nullptr ? std::get_if<bool>(&value->value) : nullptr;
@@ -31,8 +26,8 @@ BatteryPerfInfoProvider::BatteryPerfInfoProvider(std::shared_ptr<IORegistry> ioR
     : ioRegistry_(std::move(ioRegistry)) {}
 
 std::optional<BatteryPerfInfo> batteryFromSmartBattery(const RegistryEntry& entry) {
-  const auto current = integerAt(entry, "CurrentCapacity");
-  const auto maximum = integerAt(entry, "MaxCapacity");
+  const auto current = entry.findInteger("CurrentCapacity");
+  const auto maximum = entry.findInteger("MaxCapacity");
   if (!current || !maximum || *maximum <= 0 || *current < 0) return std::nullopt;
   BatteryPerfInfo battery;
   for (std::string_view key : {"BatterySerialNumber", "Serial"}) {
@@ -45,8 +40,8 @@ std::optional<BatteryPerfInfo> batteryFromSmartBattery(const RegistryEntry& entr
   // 100; Intel machines in mAh against the full-charge mAh. One ratio serves both.
   battery.capacityRemaining = static_cast<uint64_t>(std::llround(100.0 * static_cast<double>(*current) /
                                                                  static_cast<double>(*maximum)));
-  const auto millivolts = integerAt(entry, "Voltage");
-  const auto milliamperes = integerAt(entry, "Amperage");
+  const auto millivolts = entry.findInteger("Voltage");
+  const auto milliamperes = entry.findInteger("Amperage");
   if (millivolts && milliamperes) {
     const double watts = static_cast<double>(*millivolts) * static_cast<double>(*milliamperes) / 1e6;
     // Amperage is positive while charging; trust it over IsCharging, which
@@ -61,7 +56,7 @@ std::optional<BatteryPerfInfo> batteryFromPowerSupply(const RegistryEntry& entry
   const auto* type = entry.findString("type");
   if (type == nullptr || *type != "Battery") return std::nullopt;
   if (const auto* scope = entry.findString("scope"); scope != nullptr && *scope == "Device") return std::nullopt;
-  const auto capacity = integerAt(entry, "capacity");
+  const auto capacity = entry.findInteger("capacity");
   if (!capacity || *capacity < 0) return std::nullopt;
 
   BatteryPerfInfo battery;
@@ -69,10 +64,10 @@ std::optional<BatteryPerfInfo> batteryFromPowerSupply(const RegistryEntry& entry
   battery.capacityRemaining = static_cast<uint64_t>(*capacity);
 
   std::optional<double> watts;
-  if (const auto microwatts = integerAt(entry, "power_now")) {
+  if (const auto microwatts = entry.findInteger("power_now")) {
     watts = static_cast<double>(std::llabs(*microwatts)) / 1e6;
-  } else if (const auto microamperes = integerAt(entry, "current_now")) {
-    if (const auto microvolts = integerAt(entry, "voltage_now")) {
+  } else if (const auto microamperes = entry.findInteger("current_now")) {
+    if (const auto microvolts = entry.findInteger("voltage_now")) {
       watts = static_cast<double>(std::llabs(*microamperes)) * static_cast<double>(*microvolts) / 1e12;
     }
   }

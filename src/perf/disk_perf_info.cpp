@@ -18,8 +18,7 @@ uint64_t perSecond(uint64_t current, uint64_t previous, double seconds) {
 }
 
 std::optional<uint64_t> statistic(const PlistValue& statistics, std::string_view key) {
-  const auto* value = statistics.find(key);
-  const auto number = value != nullptr ? integerValue(*value) : std::nullopt;
+  const auto number = findInteger(statistics, key);
   if (!number || *number < 0) return std::nullopt;
   return static_cast<uint64_t>(*number);
 }

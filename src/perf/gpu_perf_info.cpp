@@ -11,11 +11,6 @@ namespace {
 constexpr uint32_t kIntelVendorId = 0x8086;
 constexpr uint32_t kAppleVendorId = 0x106b;
 
-std::optional<int64_t> integerAt(const RegistryEntry& entry, std::string_view key) {
-  const auto* value = entry.find(key);
-  return value != nullptr ? integerValue(*value) : std::nullopt;
-}
-
 std::string textOf(const PlistValue& value) {
   if (const auto* text = value.asString()) return *text;
   // The PCI "model" property is NUL-terminated data.
@@ -49,17 +44,15 @@ GPUPerfInfoProvider::GPUPerfInfoProvider(std::shared_ptr<IORegistry> ioRegistry,
 
 GPUPerfInfo gpuFromAccelerator(const RegistryEntry& entry, std::span<const DisplayAdapter> adapters) {
   GPUPerfInfo gpu;
-  gpu.vendorId = static_cast<uint32_t>(integerAt(entry, "vendor-id").value_or(0));
-  gpu.deviceId = static_cast<uint32_t>(integerAt(entry, "device-id").value_or(0));
+  gpu.vendorId = static_cast<uint32_t>(entry.findInteger("vendor-id").value_or(0));
+  gpu.deviceId = static_cast<uint32_t>(entry.findInteger("device-id").value_or(0));
   if (const auto* model = entry.find("model")) gpu.modelName = textOf(*model);
-  if (const auto megabytes = integerAt(entry, "VRAM,totalMB"); megabytes && *megabytes > 0) {
+  if (const auto megabytes = entry.findInteger("VRAM,totalMB"); megabytes && *megabytes > 0) {
     gpu.totalMemory = static_cast<uint64_t>(*megabytes) << 20;
   }
   if (const auto* statistics = entry.find("PerformanceStatistics")) {
-    if (const auto* busy = statistics->find("Device Utilization %")) {
-      const auto percent = integerValue(*busy);
-      if (percent && *percent >= 0) gpu.utilization = static_cast<uint32_t>(*percent);
-    }
+    const auto percent = findInteger(*statistics, "Device Utilization %");
+    if (percent && *percent >= 0) gpu.utilization = static_cast<uint32_t>(*percent);
   }
   // Every Mac's Intel and Apple graphics share the system memory; Apple
   // silicon's processor hangs off no PCI bus and has no ids at all.
@@ -83,8 +76,8 @@ bool isDrmCardName(std::string_view name) {
 
 std::optional<GPUPerfInfo> gpuFromDrmCard(const RegistryEntry& entry) {
   if (!isDrmCardName(entry.name)) return std::nullopt;
-  const auto vendor = integerAt(entry, "device/vendor");
-  const auto device = integerAt(entry, "device/device");
+  const auto vendor = entry.findInteger("device/vendor");
+  const auto device = entry.findInteger("device/device");
   if (!vendor || !device) return std::nullopt;
 
   GPUPerfInfo gpu;
@@ -94,10 +87,10 @@ std::optional<GPUPerfInfo> gpuFromDrmCard(const RegistryEntry& entry) {
   const std::string_view driver = uevent != nullptr ? ueventValue(*uevent, "DRIVER") : std::string_view{};
   // sysfs carries no marketing name; the driver and the PCI ids identify the part.
   gpu.modelName = fmt::format("{} [{:04x}:{:04x}]", driver.empty() ? "gpu" : driver, gpu.vendorId, gpu.deviceId);
-  if (const auto busy = integerAt(entry, "device/gpu_busy_percent"); busy && *busy >= 0) {
+  if (const auto busy = entry.findInteger("device/gpu_busy_percent"); busy && *busy >= 0) {
     gpu.utilization = static_cast<uint32_t>(*busy);
   }
-  if (const auto vram = integerAt(entry, "device/mem_info_vram_total"); vram && *vram > 0) {
+  if (const auto vram = entry.findInteger("device/mem_info_vram_total"); vram && *vram > 0) {
     gpu.totalMemory = static_cast<uint64_t>(*vram);
   }
   // Processors built into the chipset sit on the root bus: "0000:00:02.0".

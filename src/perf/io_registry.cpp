@@ -16,6 +16,16 @@ const std::string* RegistryEntry::findString(std::string_view key) const {
   return value != nullptr ? value->asString() : nullptr;
 }
 
+std::optional<int64_t> RegistryEntry::findInteger(std::string_view key) const {
+  const auto* value = find(key);
+  return value != nullptr ? integerValue(*value) : std::nullopt;
+}
+
+std::optional<int64_t> findInteger(const PlistValue& dictionary, std::string_view key) {
+  const auto* value = dictionary.find(key);
+  return value != nullptr ? integerValue(*value) : std::nullopt;
+}
+
 std::optional<int64_t> integerValue(const PlistValue& value) {
   if (const auto* number = std::get_if<int64_t>(&value.value)) return *number;
   if (const auto* text = value.asString()) {

@@ -7,6 +7,7 @@
 // any run of characters in the file name, as in "temp*_input").
 // Thread contract: stateless after construction; any thread.
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -23,6 +24,8 @@ struct RegistryEntry {
 
   [[nodiscard]] const PlistValue* find(std::string_view key) const;
   [[nodiscard]] const std::string* findString(std::string_view key) const;
+  // The property read as a number (see integerValue); nothing when it is missing or not one.
+  [[nodiscard]] std::optional<int64_t> findInteger(std::string_view key) const;
 };
 
 class IORegistry {
@@ -47,5 +50,7 @@ class IORegistry {
 
 // Reads through the common shapes IOKit and sysfs give a number in.
 [[nodiscard]] std::optional<int64_t> integerValue(const PlistValue& value);
+// The number under key of a nested dictionary, such as a driver's "Statistics".
+[[nodiscard]] std::optional<int64_t> findInteger(const PlistValue& dictionary, std::string_view key);
 
 }  // namespace sondrel

@@ -14,8 +14,7 @@ namespace {
 
 bool contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
 
-std::optional<double> milliCelsius(const PlistValue* value) {
-  const auto number = value != nullptr ? integerValue(*value) : std::nullopt;
+std::optional<double> milliCelsius(std::optional<int64_t> number) {
   if (!number) return std::nullopt;
   const double celsius = static_cast<double>(*number) / 1000.0;
   return isPlausibleTemperature(celsius) ? std::optional(celsius) : std::nullopt;
@@ -84,7 +83,7 @@ std::optional<double> cpuTemperatureFromThermalZones(std::span<const RegistryEnt
   for (const auto& zone : thermalZones) {
     const auto* type = zone.findString("type");
     if (type == nullptr || !isProcessorZone(*type)) continue;
-    if (auto celsius = milliCelsius(zone.find("temp"))) return celsius;
+    if (auto celsius = milliCelsius(zone.findInteger("temp"))) return celsius;
   }
   return std::nullopt;
 }
@@ -97,7 +96,7 @@ std::optional<double> cpuTemperatureFromHwmonChips(std::span<const RegistryEntry
     std::optional<double> hottest;
     for (const auto& [key, value] : chip.properties) {
       if (!key.ends_with("_input")) continue;
-      const auto celsius = milliCelsius(&value);
+      const auto celsius = milliCelsius(integerValue(value));
       if (!celsius) continue;
       const auto* label = chip.findString(labelKeyFor(key));
       if (label != nullptr && isPackageLabel(*label) && !package) package = celsius;
