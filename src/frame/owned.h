@@ -1,6 +1,7 @@
 #pragma once
 // One owning wrapper for every OS handle: released exactly once, movable, never copied.
 
+#include <dirent.h>
 #include <unistd.h>
 
 #include <utility>
@@ -34,5 +35,6 @@ class Owned {
 };
 
 using UniqueFd = Owned<int, -1, ::close>;
+using UniqueDir = Owned<DIR*, nullptr, ::closedir>;
 
 }  // namespace sondrel

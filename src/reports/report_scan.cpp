@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <unordered_set>
 
 #include "frame/file_utils.h"
 #include "frame/logger.h"
+#include "frame/owned.h"
 #include "frame/plist_cache.h"
 #include "frame/users.h"
 
@@ -19,10 +19,6 @@ namespace {
 
 constexpr std::string_view kSystemReportFolder = "/Library/Logs/DiagnosticReports";
 
-struct DirCloser {
-  void operator()(DIR* directory) const { ::closedir(directory); }
-};
-
 }  // namespace
 
 std::vector<std::string> listReportCandidates(const std::vector<std::string>& suffixes,
@@ -30,7 +26,7 @@ std::vector<std::string> listReportCandidates(const std::vector<std::string>& su
                                               const CandidateRules& rules) {
   std::vector<std::string> paths;
   for (const auto& folder : folders) {
-    std::unique_ptr<DIR, DirCloser> directory(::opendir(folder.c_str()));
+    UniqueDir directory(::opendir(folder.c_str()));
     if (!directory) continue;
     std::vector<std::string> names;
     while (const dirent* entry = ::readdir(directory.get())) {

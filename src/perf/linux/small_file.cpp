@@ -1,5 +1,6 @@
 #include "perf/linux/small_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <time.h>
 #include <unistd.h>

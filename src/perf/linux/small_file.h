@@ -2,9 +2,6 @@
 // Reads a kernel-generated file (/proc, /sys) quietly: a missing attribute is
 // normal there, and the callers say what its absence means.
 
-#include <dirent.h>
-
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,11 +10,6 @@ namespace sondrel {
 
 // The file's content, at most maxBytes; nothing when it can't be opened or read.
 [[nodiscard]] std::optional<std::string> readKernelFile(const std::string& path, size_t maxBytes = 1 << 20);
-
-struct DirCloser {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
-using UniqueDir = std::unique_ptr<DIR, DirCloser>;
 
 // The names in a folder but "." entries, sorted; nothing when it can't be listed.
 [[nodiscard]] std::optional<std::vector<std::string>> listFolder(const std::string& path);
