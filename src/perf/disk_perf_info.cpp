@@ -110,6 +110,14 @@ std::optional<std::string> wholeDiskFromBlockClass(const RegistryEntry& entry) {
   return entry.name;
 }
 
+std::string storageKeyFor(std::string_view mountedFrom, uint64_t totalBlocks) {
+  std::string_view device = mountedFrom;
+  if (device.starts_with("/dev/")) device.remove_prefix(5);
+  const auto slice = device.find('s', 4);
+  if (device.starts_with("disk") && slice != std::string_view::npos) device = device.substr(0, slice);
+  return std::string(device) + "/" + std::to_string(totalBlocks);
+}
+
 double sumFreeSpace(std::span<const VolumeSpace> volumes) {
   std::set<std::string_view> seen;
   double total = 0;

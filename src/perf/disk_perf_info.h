@@ -122,4 +122,10 @@ struct VolumeSpace {
 };
 [[nodiscard]] double sumFreeSpace(std::span<const VolumeSpace> volumes);
 
+// The storage key of a macOS volume, from the device it is mounted from and
+// its size in blocks. APFS volumes share their container's free space:
+// "/dev/disk3s1" and "/dev/disk3s5" are one pool, keyed "disk3" together with
+// the pool's size.
+[[nodiscard]] std::string storageKeyFor(std::string_view mountedFrom, uint64_t totalBlocks);
+
 }  // namespace sondrel

@@ -113,6 +113,16 @@ TEST(FreeSpace, VolumesSharingStorageCountOnce) {
   EXPECT_EQ(sumFreeSpace(volumes), 150.0);
 }
 
+// The volumes of one APFS container share a key; other containers and other
+// file systems keep their own.
+TEST(FreeSpace, ApfsVolumesKeyedByTheirContainer) {
+  EXPECT_EQ(storageKeyFor("/dev/disk3s1", 1000), "disk3/1000");
+  EXPECT_EQ(storageKeyFor("/dev/disk3s5", 1000), "disk3/1000");
+  EXPECT_EQ(storageKeyFor("/dev/disk13s2", 1000), "disk13/1000");
+  EXPECT_EQ(storageKeyFor("/dev/disk1", 50), "disk1/50");
+  EXPECT_EQ(storageKeyFor("devfs", 1), "devfs/1");
+}
+
 struct FakeBlock : IBlockDevicePerfInfoProvider {
   std::optional<BlockDeviceReading> reading;
   std::optional<BlockDeviceReading> tryGetStatistics() override { return reading; }

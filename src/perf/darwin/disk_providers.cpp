@@ -14,20 +14,6 @@
 
 namespace sondrel {
 
-namespace {
-
-// APFS volumes share their container's free space: "/dev/disk3s1" and
-// "/dev/disk3s5" are one pool, keyed "disk3" together with the pool's size.
-std::string storageKey(const struct statfs& volume) {
-  std::string device(volume.f_mntfromname, strnlen(volume.f_mntfromname, sizeof volume.f_mntfromname));
-  if (device.rfind("/dev/", 0) == 0) device.erase(0, 5);
-  const auto slice = device.find('s', 4);
-  if (device.rfind("disk", 0) == 0 && slice != std::string::npos) device.resize(slice);
-  return device + "/" + std::to_string(volume.f_blocks);
-}
-
-}  // namespace
-
 std::optional<BlockDeviceReading> BlockDevicePerfInfoProvider::tryGetStatistics() {
   const auto drivers = ioRegistry_->entries("IOBlockStorageDriver", kBlockDriverKeys);
   if (!drivers) return std::nullopt;
@@ -66,7 +52,10 @@ std::optional<double> FileSystemPerfInfoProvider::tryGetTotalFreeSpace() {
   for (int i = 0; i < filled && i < count; ++i) {
     const auto& volume = volumes[static_cast<size_t>(i)];
     if ((volume.f_flags & MNT_LOCAL) == 0) continue;
-    local.push_back({storageKey(volume), static_cast<double>(volume.f_bavail) * static_cast<double>(volume.f_bsize)});
+    const std::string_view mountedFrom(volume.f_mntfromname,
+                                       strnlen(volume.f_mntfromname, sizeof volume.f_mntfromname));
+    local.push_back({storageKeyFor(mountedFrom, volume.f_blocks),
+                     static_cast<double>(volume.f_bavail) * static_cast<double>(volume.f_bsize)});
   }
   return sumFreeSpace(local);
 }
