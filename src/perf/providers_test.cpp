@@ -188,6 +188,14 @@ TEST(SmcTemperature, FixedPointAndFloatEncodings) {
   EXPECT_FALSE(decodeSmcTemperature("sp78", std::span<const uint8_t>(sp78, 1)));
 }
 
+// Keys go to the controller big-endian; bytes above 0x7f must not smear into their neighbours.
+TEST(SmcTemperature, FourCharacterCodes) {
+  EXPECT_EQ(fourCharCode("TC0P"), 0x54433050U);
+  EXPECT_EQ(fourCharCode("a\x80" "bc"), 0x61806263U);
+  EXPECT_EQ(fourCharText(0x666c7420U), "flt ");
+  EXPECT_EQ(fourCharText(fourCharCode("sp78")), "sp78");
+}
+
 TEST(HidSensors, HottestProcessorDie) {
   const std::vector<NamedTemperature> sensors{
       {"PMU tdie1", 41.5}, {"PMU tdie3", 47.0}, {"gas gauge battery", 60.0}, {"PMU tdie9", 0.0}};

@@ -56,6 +56,19 @@ std::optional<ThermalPerfInfo> ThermalPerfInfoProvider::tryGetPerfInfo() {
 
 bool isPlausibleTemperature(double celsius) { return std::isfinite(celsius) && celsius > 0 && celsius < 150; }
 
+uint32_t fourCharCode(std::string_view text) {
+  uint32_t code = 0;
+  for (size_t i = 0; i < 4; ++i) {
+    code = (code << 8) | static_cast<uint8_t>(i < text.size() ? text[i] : ' ');
+  }
+  return code;
+}
+
+std::string fourCharText(uint32_t code) {
+  return {static_cast<char>(code >> 24), static_cast<char>(code >> 16), static_cast<char>(code >> 8),
+          static_cast<char>(code)};
+}
+
 std::optional<double> decodeSmcTemperature(std::string_view dataType, std::span<const uint8_t> bytes) {
   if (dataType == "sp78" && bytes.size() >= 2) {
     const auto raw = static_cast<int16_t>(static_cast<uint16_t>((bytes[0] << 8) | bytes[1]));

@@ -56,6 +56,12 @@ class ThermalPerfInfoProvider final : public IThermalPerfInfoProvider {
   std::shared_ptr<ITemperatureSensor> sensor_;
 };
 
+// The controller names its keys and data types with four characters packed
+// big-endian into 32 bits ("TC0P", "sp78"); a shorter text is padded with
+// spaces, as the controller pads its own type names ("flt ").
+[[nodiscard]] uint32_t fourCharCode(std::string_view text);
+[[nodiscard]] std::string fourCharText(uint32_t code);
+
 // The controller's own encodings of a temperature: "sp78" (signed 8.8 fixed
 // point, big-endian) and "flt " (a float in the machine's byte order).
 [[nodiscard]] std::optional<double> decodeSmcTemperature(std::string_view dataType, std::span<const uint8_t> bytes);

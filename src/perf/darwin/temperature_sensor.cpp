@@ -71,18 +71,6 @@ constexpr uint8_t kSmcReadKeyInfo = 9;
 constexpr int64_t kHidTemperatureEvent = 15;
 constexpr int32_t kHidTemperatureField = kHidTemperatureEvent << 16;
 
-uint32_t fourCharCode(const char* text) {
-  return (static_cast<uint32_t>(static_cast<uint8_t>(text[0])) << 24) |
-         (static_cast<uint32_t>(static_cast<uint8_t>(text[1])) << 16) |
-         (static_cast<uint32_t>(static_cast<uint8_t>(text[2])) << 8) | static_cast<uint32_t>(static_cast<uint8_t>(text[3]));
-}
-
-std::string fourCharText(uint32_t code) {
-  const char text[] = {static_cast<char>(code >> 24), static_cast<char>(code >> 16), static_cast<char>(code >> 8),
-                       static_cast<char>(code)};
-  return std::string(text, 4);
-}
-
 void closeConnection(io_connect_t connection) { IOServiceClose(connection); }
 using UniqueConnection = Owned<io_connect_t, static_cast<io_connect_t>(IO_OBJECT_NULL), closeConnection>;
 
