@@ -26,6 +26,19 @@ std::optional<int64_t> findInteger(const PlistValue& dictionary, std::string_vie
   return value != nullptr ? integerValue(*value) : std::nullopt;
 }
 
+bool matchesKeyPattern(std::string_view name, std::string_view pattern) {
+  const auto star = pattern.find('*');
+  if (star == std::string_view::npos) return name == pattern;
+  const auto prefix = pattern.substr(0, star);
+  const auto suffix = pattern.substr(star + 1);
+  return name.size() >= prefix.size() + suffix.size() && name.starts_with(prefix) && name.ends_with(suffix);
+}
+
+std::string trimmedAttribute(std::string text) {
+  while (!text.empty() && (text.back() == '\n' || text.back() == ' ' || text.back() == '\0')) text.pop_back();
+  return text;
+}
+
 std::optional<int64_t> integerValue(const PlistValue& value) {
   if (const auto* number = std::get_if<int64_t>(&value.value)) return *number;
   if (const auto* text = value.asString()) {

@@ -48,6 +48,12 @@ class IORegistry {
   std::string root_;
 };
 
+// Whether a file name answers a wanted key: a '*' in the key matches any run
+// of characters ("temp*_input" against "temp12_input").
+[[nodiscard]] bool matchesKeyPattern(std::string_view name, std::string_view pattern);
+// An attribute file's text without the newline, spaces or NULs the kernel ends it with.
+[[nodiscard]] std::string trimmedAttribute(std::string text);
+
 // Reads through the common shapes IOKit and sysfs give a number in.
 [[nodiscard]] std::optional<int64_t> integerValue(const PlistValue& value);
 // The number under key of a nested dictionary, such as a driver's "Statistics".

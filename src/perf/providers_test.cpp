@@ -203,6 +203,15 @@ TEST(HidSensors, HottestProcessorDie) {
   EXPECT_FALSE(cpuTemperatureFromHidSensors(std::vector<NamedTemperature>{{"NAND CH0 temp", 40}}));
 }
 
+// The prefix and suffix around '*' may not share characters of the name.
+TEST(SysfsKeys, StarMatchesAnyRunBetweenPrefixAndSuffix) {
+  EXPECT_TRUE(matchesKeyPattern("temp12_input", "temp*_input"));
+  EXPECT_TRUE(matchesKeyPattern("temp_input", "temp*_input"));
+  EXPECT_FALSE(matchesKeyPattern("temp1_label", "temp*_input"));
+  EXPECT_FALSE(matchesKeyPattern("temp_input", "temp*p_input"));
+  EXPECT_FALSE(matchesKeyPattern("name0", "name"));
+}
+
 TEST(SysfsTemperature, ProcessorZoneThenHwmonPackageLabel) {
   const std::vector<RegistryEntry> zones{{"thermal_zone0", {{"type", text("acpitz")}, {"temp", text("27800")}}},
                                          {"thermal_zone1", {{"type", text("x86_pkg_temp")}, {"temp", text("52000")}}}};

@@ -8,20 +8,6 @@ namespace sondrel {
 
 namespace {
 
-// "temp*_input" against "temp12_input".
-bool matchesPattern(std::string_view name, std::string_view pattern) {
-  const auto star = pattern.find('*');
-  if (star == std::string_view::npos) return name == pattern;
-  const auto prefix = pattern.substr(0, star);
-  const auto suffix = pattern.substr(star + 1);
-  return name.size() >= prefix.size() + suffix.size() && name.starts_with(prefix) && name.ends_with(suffix);
-}
-
-std::string trimmed(std::string text) {
-  while (!text.empty() && (text.back() == '\n' || text.back() == ' ' || text.back() == '\0')) text.pop_back();
-  return text;
-}
-
 constexpr size_t kAttributeCap = 4096;
 
 }  // namespace
@@ -44,7 +30,7 @@ std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view c
     for (const auto key : keys) {
       if (key.find('*') == std::string_view::npos) {
         if (auto text = readKernelFile(deviceFolder + "/" + std::string(key), kAttributeCap)) {
-          entry.properties.push_back(PlistEntry{std::string(key), PlistValue{trimmed(std::move(*text))}});
+          entry.properties.push_back(PlistEntry{std::string(key), PlistValue{trimmedAttribute(std::move(*text))}});
         }
         continue;
       }
@@ -53,9 +39,9 @@ std::optional<std::vector<RegistryEntry>> IORegistry::entries(std::string_view c
         listed = true;
       }
       for (const auto& file : files) {
-        if (!matchesPattern(file, key)) continue;
+        if (!matchesKeyPattern(file, key)) continue;
         if (auto text = readKernelFile(deviceFolder + "/" + file, kAttributeCap)) {
-          entry.properties.push_back(PlistEntry{file, PlistValue{trimmed(std::move(*text))}});
+          entry.properties.push_back(PlistEntry{file, PlistValue{trimmedAttribute(std::move(*text))}});
         }
       }
     }
