@@ -8,9 +8,9 @@
 #include <memory>
 #include <new>
 
-#include "frame/command_runner.h"
 #include "frame/logger.h"
 #include "perf/device_perf_events.h"
+#include "perf/device_perf_wiring.h"
 #include "perf/proc_text.h"
 
 namespace {
@@ -40,25 +40,9 @@ using namespace sondrel;
 void dropLogLine(uint32_t, const char*, const char*) {}
 void dropEvent(device_perf_event_t* event) { benchmark::DoNotOptimize(event); }
 
-std::shared_ptr<DevicePerfEvents> makeSampler() {
-  auto commandRunner = std::make_shared<CommandRunner>();
-  auto ioRegistry = std::make_shared<IORegistry>();
-  auto fileSystem = std::make_shared<FileSystemPerfInfoProvider>();
-  auto mediaDevice = std::make_shared<MediaDevicePerfInfoProvider>(ioRegistry);
-  auto blockDevice = std::make_shared<BlockDevicePerfInfoProvider>(ioRegistry);
-  return std::make_shared<DevicePerfEvents>(
-      std::make_shared<CPUPerfInfoProvider>(),
-      std::make_shared<GPUPerfInfoProvider>(ioRegistry, std::make_shared<SystemProfiler>(commandRunner)),
-      std::make_shared<NetworkPerfInfoProvider>(),
-      std::make_shared<DiskPerfInfoProvider>(blockDevice, mediaDevice, fileSystem),
-      std::make_shared<MemoryPerfInfoProvider>(std::make_shared<HostStatistics>()),
-      std::make_shared<ThermalPerfInfoProvider>(std::make_shared<TemperatureSensor>(commandRunner)),
-      std::make_shared<BatteryPerfInfoProvider>(ioRegistry), &dropEvent);
-}
-
 void OneDeviceSample(benchmark::State& state) {
   Logger::shared().registerLogs(&dropLogLine);
-  auto sampler = makeSampler();
+  auto sampler = makeDevicePerfEvents(&dropEvent);
   for (auto _ : state) sampler->eventTimerCallback();
   Logger::shared().unregisterLogsCollector();
 }
@@ -68,7 +52,7 @@ BENCHMARK(OneDeviceSample)->Unit(benchmark::kMicrosecond);
 // settled every one-time cache.
 void AllocationGrowthOver10000Samples(benchmark::State& state) {
   Logger::shared().registerLogs(&dropLogLine);
-  auto sampler = makeSampler();
+  auto sampler = makeDevicePerfEvents(&dropEvent);
   sampler->eventTimerCallback();
   int64_t growth = 0;
   for (auto _ : state) {

@@ -9,6 +9,7 @@
 
 #include "perf/cpu_perf_info.h"
 #include "perf/device_perf_events.h"
+#include "perf/device_perf_wiring.h"
 #include "perf/disk_perf_info.h"
 #include "perf/memory_perf_info.h"
 #include "perf/network_perf_info.h"
@@ -77,18 +78,7 @@ void keep(device_perf_event_t* event) {
 }
 
 TEST(DevicePerfLive, ASampleThroughTheSamplerIsComplete) {
-  auto registry = std::make_shared<IORegistry>();
-  auto runner = std::make_shared<CommandRunner>();
-  auto sampler = std::make_shared<DevicePerfEvents>(
-      std::make_shared<CPUPerfInfoProvider>(),
-      std::make_shared<GPUPerfInfoProvider>(registry, std::make_shared<SystemProfiler>(runner)),
-      std::make_shared<NetworkPerfInfoProvider>(),
-      std::make_shared<DiskPerfInfoProvider>(std::make_shared<BlockDevicePerfInfoProvider>(registry),
-                                             std::make_shared<MediaDevicePerfInfoProvider>(registry),
-                                             std::make_shared<FileSystemPerfInfoProvider>()),
-      std::make_shared<MemoryPerfInfoProvider>(std::make_shared<HostStatistics>()),
-      std::make_shared<ThermalPerfInfoProvider>(std::make_shared<TemperatureSensor>(runner)),
-      std::make_shared<BatteryPerfInfoProvider>(registry), &keep);
+  auto sampler = makeDevicePerfEvents(&keep);
   sampler->eventTimerCallback();
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   sampler->eventTimerCallback();
