@@ -1,6 +1,7 @@
 #include "perf/device_perf_events.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -13,8 +14,6 @@
 namespace sondrel {
 
 namespace {
-
-constexpr size_t kMaxCopied = 3;
 
 // The quotient is narrowed to float before it is scaled, so the figures match
 // what the record always carried.
@@ -29,7 +28,7 @@ std::string describeDevicePerfEvent(const device_perf_event_t& event) {
       "device perf event: cpu(user {}%, idle {}%, system {}%, busy {}%) gpu_count {}", event.cpu_utilization.user_percent,
       event.cpu_utilization.idle_percent, event.cpu_utilization.system_percent, event.cpu_utilization.total_time,
       event.gpu_count);
-  for (size_t i = 0; i < std::min<size_t>(event.gpu_count, kMaxCopied); ++i) {
+  for (size_t i = 0; i < std::min<size_t>(event.gpu_count, std::size(event.gpu_utilization)); ++i) {
     const auto& gpu = event.gpu_utilization[i];
     text += fmt::format(" gpu[{}](model '{}', vendor {:#x}, device {:#x}, memory {}, integrated {}, busy {}%)", i,
                         gpu.model, gpu.vendor_id, gpu.device_id, gpu.total_memory, gpu.integrated, gpu.utilization);
@@ -42,7 +41,7 @@ std::string describeDevicePerfEvent(const device_perf_event_t& event) {
       event.disk_info.total_free_space, event.memory_info.total_physical, event.memory_info.committed_bytes_in_use,
       event.memory_info.usage_percent, event.memory_info.paging_file_usage, event.thermal_info.cpu_temperature,
       event.battery_count);
-  for (size_t i = 0; i < std::min<size_t>(event.battery_count, kMaxCopied); ++i) {
+  for (size_t i = 0; i < std::min<size_t>(event.battery_count, std::size(event.battery_info)); ++i) {
     const auto& battery = event.battery_info[i];
     text += fmt::format(" battery[{}](serial '{}', capacity {}%, charge {} W, discharge {} W)", i,
                         battery.serial_no, battery.capacity_remaining, battery.charge_rate, battery.discharge_rate);
@@ -152,7 +151,7 @@ void DevicePerfEvents::add(const CPUPerfInfo& cpu, device_perf_event_t& event) c
 
 void DevicePerfEvents::add(const std::vector<GPUPerfInfo>& gpus, device_perf_event_t& event) {
   event.gpu_count = toUInt32Checked(gpus.size(), "the graphics processor count");
-  for (size_t i = 0; i < std::min(gpus.size(), kMaxCopied); ++i) {
+  for (size_t i = 0; i < std::min(gpus.size(), std::size(event.gpu_utilization)); ++i) {
     const auto& gpu = gpus[i];
     auto& entry = event.gpu_utilization[i];
     CommonUtils::copyCString(gpu.modelName, entry.model);
@@ -178,7 +177,7 @@ void DevicePerfEvents::add(const std::vector<NetworkPerfInfo>& networks, device_
 
 void DevicePerfEvents::add(const std::vector<BatteryPerfInfo>& batteries, device_perf_event_t& event) {
   event.battery_count = toUInt32Checked(batteries.size(), "the battery count");
-  for (size_t i = 0; i < std::min(batteries.size(), kMaxCopied); ++i) {
+  for (size_t i = 0; i < std::min(batteries.size(), std::size(event.battery_info)); ++i) {
     const auto& battery = batteries[i];
     auto& entry = event.battery_info[i];
     CommonUtils::copyCString(battery.serialNumber, entry.serial_no);
