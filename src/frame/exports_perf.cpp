@@ -17,7 +17,7 @@ SONDREL_EXPORT void registerDevicePerfEventsCallback(DevicePerfEventCallback cal
   guardExport("registerDevicePerfEventsCallback", [&] {
     Logger::logDebug("::registerDevicePerfEventsCallback");
     Slots::devicePerfEvents().registerOnce(
-        [&]() -> std::shared_ptr<IEventSource> {
+        [&] {
           auto cpu = std::make_shared<CPUPerfInfoProvider>();
           auto network = std::make_shared<NetworkPerfInfoProvider>();
           auto commandRunner = std::make_shared<CommandRunner>();
@@ -35,14 +35,14 @@ SONDREL_EXPORT void registerDevicePerfEventsCallback(DevicePerfEventCallback cal
           auto battery = std::make_shared<BatteryPerfInfoProvider>(ioRegistry);
           return std::make_shared<DevicePerfEvents>(cpu, gpu, network, disk, memory, thermal, battery, callback);
         },
-        [interval](IEventSource& source) { static_cast<DevicePerfEvents&>(source).startListening(interval); });
+        [interval](DevicePerfEvents& source) { source.startListening(interval); });
   });
 }
 
 SONDREL_EXPORT void unregisterDevicePerfEventsCallback(void) {
   guardExport("unregisterDevicePerfEventsCallback", [&] {
     Logger::logDebug("::unregisterDevicePerfEventsCallback");
-    Slots::devicePerfEvents().unregister([](IEventSource& source) { source.stopListening(); });
+    Slots::devicePerfEvents().unregister();
   });
 }
 
