@@ -40,25 +40,31 @@ void emitLine(const std::string& line, FILE* stream) {
   std::fflush(stream);
 }
 
-template <typename Record>
-void emitRecord(const char* family, const Record* record) {
+// One output line: the family, the time and the record that writeBody writes.
+template <typename WriteBody>
+void emitEnvelope(const char* family, WriteBody&& writeBody) {
   JsonWriter json;
   json.beginObject().field("family", family).field("time", nowMilliseconds()).key("record");
-  if (record == nullptr) {
-    json.null();
-  } else {
-    writeRecord(json, *record);
-  }
+  writeBody(json);
   json.endObject();
   emitLine(json.str(), stdout);
+}
+
+template <typename Record>
+void emitRecord(const char* family, const Record* record) {
+  emitEnvelope(family, [record](JsonWriter& json) {
+    if (record == nullptr) {
+      json.null();
+    } else {
+      writeRecord(json, *record);
+    }
+  });
 }
 
 // Families whose records the header does not lay out yet: the agent can only
 // say that one arrived.
 void emitOpaqueRecord(const char* family) {
-  JsonWriter json;
-  json.beginObject().field("family", family).field("time", nowMilliseconds()).key("record").null().endObject();
-  emitLine(json.str(), stdout);
+  emitEnvelope(family, [](JsonWriter& json) { json.null(); });
 }
 
 void collectLog(uint32_t level, const char* subsystem, const char* message) {
