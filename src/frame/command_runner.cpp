@@ -115,14 +115,17 @@ bool CommandRunner::launch() {
   }
   int outPipe[2];
   int errPipe[2];
+  // error_ may still hold an earlier launch's reason; only this launch's counts here.
+  std::optional<std::string> pipeError;
   if (!makeCloexecPipe(outPipe)) {
-    error_ = std::strerror(errno);
+    pipeError = std::strerror(errno);
   } else if (!makeCloexecPipe(errPipe)) {
-    error_ = std::strerror(errno);
+    pipeError = std::strerror(errno);
     ::close(outPipe[0]);
     ::close(outPipe[1]);
   }
-  if (error_) {
+  if (pipeError) {
+    error_ = pipeError;
     const std::string reason = *error_;
     lock.unlock();
     Logger::logError("Could not launch {}. Error: {}", name_, reason);
