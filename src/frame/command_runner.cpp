@@ -107,26 +107,22 @@ bool CommandRunner::exited() const {
 
 bool CommandRunner::launch() {
   std::unique_lock lock(mutex_);
-  if (pid_ > 0) {
-    error_ = "the runner has already run";
-    lock.unlock();
-    Logger::logError("Could not launch {}. Error: {}", name_, "the runner has already run");
-    return false;
-  }
-  int outPipe[2];
-  int errPipe[2];
-  if (!makeCloexecPipe(outPipe)) {
-    error_ = std::strerror(errno);
-  } else if (!makeCloexecPipe(errPipe)) {
-    error_ = std::strerror(errno);
-    ::close(outPipe[0]);
-    ::close(outPipe[1]);
-  }
-  if (error_) {
-    const std::string reason = *error_;
+  // Keeps the reason and logs it outside the lock.
+  const auto fail = [&](const std::string& reason) {
+    error_ = reason;
     lock.unlock();
     Logger::logError("Could not launch {}. Error: {}", name_, reason);
     return false;
+  };
+  if (pid_ > 0) return fail("the runner has already run");
+  int outPipe[2];
+  int errPipe[2];
+  if (!makeCloexecPipe(outPipe)) return fail(std::strerror(errno));
+  if (!makeCloexecPipe(errPipe)) {
+    const std::string reason = std::strerror(errno);
+    ::close(outPipe[0]);
+    ::close(outPipe[1]);
+    return fail(reason);
   }
   UniqueFd outRead(outPipe[0]), outWrite(outPipe[1]), errRead(errPipe[0]), errWrite(errPipe[1]);
 
@@ -148,13 +144,7 @@ bool CommandRunner::launch() {
   const int result = ::posix_spawn(&pid, name_.c_str(), &actions, &attributes, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   posix_spawnattr_destroy(&attributes);
-  if (result != 0) {
-    error_ = std::strerror(result);
-    const std::string reason = *error_;
-    lock.unlock();
-    Logger::logError("Could not launch {}. Error: {}", name_, reason);
-    return false;
-  }
+  if (result != 0) return fail(std::strerror(result));
   pid_ = pid;
   outWrite.reset();
   errWrite.reset();

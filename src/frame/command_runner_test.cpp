@@ -53,6 +53,16 @@ TEST(CommandRunner, MissingExecutableFailsWithTheLaunchLine) {
   EXPECT_EQ(logs.lines().back().level, 4u);
 }
 
+// A failed launch leaves the runner prepared: the next one-shot runs, and is
+// not refused with the earlier reason.
+TEST(CommandRunner, OneShotAfterAFailedLaunchRuns) {
+  CommandRunner runner;
+  EXPECT_FALSE(runner.runWithCommand("/nonexistent/tool", std::nullopt));
+  ASSERT_TRUE(runner.runWithCommand("/bin/sh", std::vector<std::string>{"-c", "echo again"}));
+  EXPECT_EQ(runner.stdOut(), "again\n");
+  EXPECT_EQ(runner.exitCode(), 0);
+}
+
 TEST(CommandRunner, OneShotWithoutArgumentsRunsTheBareProgram) {
   CommandRunner runner;
   ASSERT_TRUE(runner.runWithCommand("/bin/pwd", std::nullopt));

@@ -17,15 +17,15 @@ SONDREL_EXPORT void registerDevicePerfEventsCallback(DevicePerfEventCallback cal
   guardExport("registerDevicePerfEventsCallback", [&] {
     Logger::logDebug("::registerDevicePerfEventsCallback");
     Slots::devicePerfEvents().registerOnce(
-        [&]() -> std::shared_ptr<IEventSource> { return makeDevicePerfEvents(callback); },
-        [interval](IEventSource& source) { static_cast<DevicePerfEvents&>(source).startListening(interval); });
+        [&] { return makeDevicePerfEvents(callback); },
+        [interval](DevicePerfEvents& source) { source.startListening(interval); });
   });
 }
 
 SONDREL_EXPORT void unregisterDevicePerfEventsCallback(void) {
   guardExport("unregisterDevicePerfEventsCallback", [&] {
     Logger::logDebug("::unregisterDevicePerfEventsCallback");
-    Slots::devicePerfEvents().unregister([](IEventSource& source) { source.stopListening(); });
+    Slots::devicePerfEvents().unregister();
   });
 }
 

@@ -8,76 +8,49 @@
 using namespace sondrel;
 
 namespace {
-// Queries whose readers are not part of this build yet say so once per call.
-bool notReadable(std::string_view query) {
-  Logger::logInfo("{}: not available in this build.", query);
-  return false;
+
+// A query whose reader is not part of this build yet: logs its entry line,
+// refuses a null output and otherwise says once per call that it can't answer.
+template <typename... Outputs>
+bool unavailableQuery(std::string_view query, const Outputs*... outputs) {
+  return guardQuery(query, false, [&] {
+    Logger::logDebug("::{}", query);
+    if (((outputs == nullptr) || ...)) return false;
+    Logger::logInfo("{}: not available in this build.", query);
+    return false;
+  });
 }
+
 }  // namespace
 
 extern "C" {
 
-SONDREL_EXPORT bool getOSInfo(os_info_t* info) {
-  return guardQuery("getOSInfo", false, [&] {
-    Logger::logDebug("::getOSInfo");
-    return info != nullptr && notReadable("getOSInfo");
-  });
-}
+SONDREL_EXPORT bool getOSInfo(os_info_t* info) { return unavailableQuery("getOSInfo", info); }
 
-SONDREL_EXPORT bool getDeviceInfo(device_info_t* info) {
-  return guardQuery("getDeviceInfo", false, [&] {
-    Logger::logDebug("::getDeviceInfo");
-    return info != nullptr && notReadable("getDeviceInfo");
-  });
-}
+SONDREL_EXPORT bool getDeviceInfo(device_info_t* info) { return unavailableQuery("getDeviceInfo", info); }
 
-SONDREL_EXPORT bool getBootTime(uint64_t* bootTime) {
-  return guardQuery("getBootTime", false, [&] {
-    Logger::logDebug("::getBootTime");
-    return bootTime != nullptr && notReadable("getBootTime");
-  });
-}
+SONDREL_EXPORT bool getBootTime(uint64_t* bootTime) { return unavailableQuery("getBootTime", bootTime); }
 
 SONDREL_EXPORT bool getShutdownTime(uint64_t* shutdownTime) {
-  return guardQuery("getShutdownTime", false, [&] {
-    Logger::logDebug("::getShutdownTime");
-    return shutdownTime != nullptr && notReadable("getShutdownTime");
-  });
+  return unavailableQuery("getShutdownTime", shutdownTime);
 }
 
-SONDREL_EXPORT bool getUsedSpace(uint64_t* usedBytes) {
-  return guardQuery("getUsedSpace", false, [&] {
-    Logger::logDebug("::getUsedSpace");
-    return usedBytes != nullptr && notReadable("getUsedSpace");
-  });
-}
+SONDREL_EXPORT bool getUsedSpace(uint64_t* usedBytes) { return unavailableQuery("getUsedSpace", usedBytes); }
 
 SONDREL_EXPORT bool SMCCallFunction(uint32_t, const void* input, size_t, void* output, size_t* outputSize) {
-  return guardQuery("SMCCallFunction", false, [&] {
-    Logger::logDebug("::SMCCallFunction");
-    return input != nullptr && output != nullptr && outputSize != nullptr && notReadable("SMCCallFunction");
-  });
+  return unavailableQuery("SMCCallFunction", input, output, outputSize);
 }
 
 SONDREL_EXPORT bool SMCReadKey(const char* key, smc_value_t* value) {
-  return guardQuery("SMCReadKey", false, [&] {
-    Logger::logDebug("::SMCReadKey");
-    return key != nullptr && value != nullptr && notReadable("SMCReadKey");
-  });
+  return unavailableQuery("SMCReadKey", key, value);
 }
 
 SONDREL_EXPORT bool SMCGetCPUTemperature(double* celsius) {
-  return guardQuery("SMCGetCPUTemperature", false, [&] {
-    Logger::logDebug("::SMCGetCPUTemperature");
-    return celsius != nullptr && notReadable("SMCGetCPUTemperature");
-  });
+  return unavailableQuery("SMCGetCPUTemperature", celsius);
 }
 
 SONDREL_EXPORT bool ReadM1Sensors(m1_sensor_reading_t* readings, uint32_t, uint32_t* count) {
-  return guardQuery("ReadM1Sensors", false, [&] {
-    Logger::logDebug("::ReadM1Sensors");
-    return readings != nullptr && count != nullptr && notReadable("ReadM1Sensors");
-  });
+  return unavailableQuery("ReadM1Sensors", readings, count);
 }
 
 }  // extern "C"

@@ -19,18 +19,12 @@ namespace {
 template <typename Source, typename Parser, typename Callback>
 void registerReportSource(SourceSlot<IEventSource>& slot, Callback callback, const char* cachePath,
                           uint32_t interval) {
-  std::shared_ptr<Source> built;
   slot.registerOnce(
-      [&]() -> std::shared_ptr<IEventSource> {
-        built = std::make_shared<Source>(utf8OrEmpty(cachePath), std::make_unique<Parser>(),
-                                         std::chrono::seconds(interval));
-        return built;
+      [&] {
+        return std::make_shared<Source>(utf8OrEmpty(cachePath), std::make_unique<Parser>(),
+                                        std::chrono::seconds(interval));
       },
-      [&](IEventSource&) { built->startListening(callback); });
-}
-
-void unregisterReportSource(SourceSlot<IEventSource>& slot) {
-  slot.unregister([](IEventSource& source) { source.stopListening(); });
+      [&](Source& source) { source.startListening(callback); });
 }
 
 }  // namespace
@@ -48,7 +42,7 @@ SONDREL_EXPORT void registerAppCrashEventsCallback(AppCrashEventCallback callbac
 SONDREL_EXPORT void unregisterAppCrashEventsCallback(void) {
   guardExport("unregisterAppCrashEventsCallback", [&] {
     Logger::logDebug("::unregisterAppCrashEventsCallback");
-    unregisterReportSource(Slots::appCrashEvents());
+    Slots::appCrashEvents().unregister();
   });
 }
 
@@ -64,7 +58,7 @@ SONDREL_EXPORT void registerSystemCrashEventsCallback(SystemCrashEventCallback c
 SONDREL_EXPORT void unregisterSystemCrashEventsCallback(void) {
   guardExport("unregisterSystemCrashEventsCallback", [&] {
     Logger::logDebug("::unregisterSystemCrashEventsCallback");
-    unregisterReportSource(Slots::systemCrashEvents());
+    Slots::systemCrashEvents().unregister();
   });
 }
 
@@ -79,7 +73,7 @@ SONDREL_EXPORT void registerAppHangEventsCallback(AppHangEventCallback callback,
 SONDREL_EXPORT void unregisterAppHangEventsCallback(void) {
   guardExport("unregisterAppHangEventsCallback", [&] {
     Logger::logDebug("::unregisterAppHangEventsCallback");
-    unregisterReportSource(Slots::appHangEvents());
+    Slots::appHangEvents().unregister();
   });
 }
 

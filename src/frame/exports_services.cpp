@@ -21,17 +21,15 @@ SONDREL_EXPORT void registerServiceEventsCallback(ServiceEventCallback callback,
     const std::string cacheFolder = utf8OrEmpty(cachePath);
     const std::chrono::seconds period(interval);
     Slots::serviceChangeEvents().registerOnce(
-        [&]() -> std::shared_ptr<IEventSource> {
-          return ServiceChangeEvents::create(cacheFolder, period, makePlatformServiceUtils());
-        },
-        [&](IEventSource& source) { static_cast<ServiceChangeEvents&>(source).startListening(callback); });
+        [&] { return ServiceChangeEvents::create(cacheFolder, period, makePlatformServiceUtils()); },
+        [&](ServiceChangeEvents& source) { source.startListening(callback); });
   });
 }
 
 SONDREL_EXPORT void unregisterServiceEventsCallback(void) {
   guardExport("unregisterServiceEventsCallback", [&] {
     Logger::logDebug(":: unregisterServiceEventsCallback");
-    Slots::serviceChangeEvents().unregister([](IEventSource& source) { source.stopListening(); });
+    Slots::serviceChangeEvents().unregister();
   });
 }
 

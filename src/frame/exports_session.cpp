@@ -25,22 +25,21 @@ SONDREL_EXPORT void registerProcessEventsCallback(ProcessEventCallback callback)
     // Read before the slot is locked: userSwitched holds its own lock while
     // it looks into the slot, so taking them the other way round could deadlock.
     const auto lastUser = ConsoleUser::lastSwitchedUser();
-    std::shared_ptr<ProcessEvents> created;
     Slots::processEvents().registerOnce(
-        [&]() -> std::shared_ptr<IUserFollowingSource> {
-          created = ProcessEvents::create();
+        [&] {
+          auto created = ProcessEvents::create();
           // A switch seen before this family existed reaches it before it listens.
           created->onUserSwitched(lastUser);
           return created;
         },
-        [&](IUserFollowingSource&) { created->startListening(callback); });
+        [&](ProcessEvents& source) { source.startListening(callback); });
   });
 }
 
 SONDREL_EXPORT void unregisterProcessEventsCallback(void) {
   guardExport("unregisterProcessEventsCallback", [&] {
     Logger::logDebug("::unregisterProcessEventsCallback");
-    Slots::processEvents().unregister([](IUserFollowingSource& source) { source.stopListening(); });
+    Slots::processEvents().unregister();
   });
 }
 

@@ -2,11 +2,11 @@
 
 #include <plist/plist.h>
 
+#include "frame/owned.h"
 #include "frame/utf8.h"
 
 #include <cmath>
 #include <cstdlib>
-#include <memory>
 
 namespace sondrel {
 
@@ -17,10 +17,7 @@ constexpr double kAppleEpochOffset = 978307200.0;
 // Nesting deeper than this is not a property list we read.
 constexpr int kMaxDepth = 64;
 
-struct PlistFree {
-  void operator()(plist_t node) const { plist_free(node); }
-};
-using OwnedPlist = std::unique_ptr<void, PlistFree>;
+using OwnedPlist = Owned<plist_t, nullptr, plist_free>;
 
 std::optional<PlistValue> fromNode(plist_t node, int depth) {
   if (node == nullptr || depth > kMaxDepth) return std::nullopt;

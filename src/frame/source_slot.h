@@ -3,9 +3,10 @@
 // registered. Register and unregister of one family are serialised here, so
 // racing host threads can neither build two sources nor stop one twice.
 
-#include <functional>
+#include <concepts>
 #include <memory>
 #include <mutex>
+#include <type_traits>
 
 namespace sondrel {
 
@@ -13,9 +14,11 @@ template <typename Source>
 class SourceSlot {
  public:
   // Builds, stores and starts a source unless one is registered; false when
-  // the slot was already taken (the existing source keeps running).
-  bool registerOnce(const std::function<std::shared_ptr<Source>()>& build,
-                    const std::function<void(Source&)>& start) {
+  // the slot was already taken (the existing source keeps running). build
+  // returns the family's own source type, and start receives it as that type.
+  template <typename Build, typename Start>
+    requires std::convertible_to<std::invoke_result_t<Build&>, std::shared_ptr<Source>>
+  bool registerOnce(Build&& build, Start&& start) {
     std::lock_guard lock(mutex_);
     if (source_) return false;
     auto source = build();
@@ -27,13 +30,13 @@ class SourceSlot {
 
   // Stops and releases the source, if any. The slot is empty before the stop
   // begins, so a register from inside the stopping callback builds a new one.
-  void unregister(const std::function<void(Source&)>& stop) {
+  void unregister() {
     std::shared_ptr<Source> source;
     {
       std::lock_guard lock(mutex_);
       source.swap(source_);
     }
-    if (source) stop(*source);
+    if (source) source->stopListening();
   }
 
   [[nodiscard]] bool isSet() const {

@@ -33,11 +33,10 @@ TEST(SourceSlot, SecondRegisterKeepsTheFirstSource) {
 TEST(SourceSlot, UnregisterStopsOnceAndReRegisterBuildsAFreshSource) {
   SourceSlot<CountingSource> slot;
   auto start = [](CountingSource& source) { ++source.starts; };
-  auto stop = [](CountingSource& source) { source.stopListening(); };
   slot.registerOnce([] { return std::make_shared<CountingSource>(1); }, start);
   auto first = slot.get();
-  slot.unregister(stop);
-  slot.unregister(stop);
+  slot.unregister();
+  slot.unregister();
   EXPECT_FALSE(slot.isSet());
   EXPECT_EQ(first->stops, 1);
   slot.registerOnce([] { return std::make_shared<CountingSource>(2); }, start);

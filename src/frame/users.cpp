@@ -10,7 +10,18 @@ namespace sondrel {
 namespace {
 constexpr uint32_t kFirstLoginUid = 1000;
 constexpr uint32_t kNobodyUid = 65534;
+
+// Room for the strings of one getpw*_r entry, as large as the system suggests.
+std::vector<char> passwdBuffer() {
+  const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
+  return std::vector<char>(suggested > 0 ? static_cast<size_t>(suggested) : 16384);
+}
 }  // namespace
+
+UserAccount userAccountFrom(const passwd& entry) {
+  return UserAccount{entry.pw_name ? entry.pw_name : "", static_cast<uint32_t>(entry.pw_uid),
+                     entry.pw_dir ? entry.pw_dir : "", entry.pw_shell ? entry.pw_shell : ""};
+}
 
 bool isLoginAccount(const UserAccount& account) {
   if (account.name.empty() || account.home.empty()) return false;
@@ -20,20 +31,19 @@ bool isLoginAccount(const UserAccount& account) {
 }
 
 std::optional<UserAccount> lookUpUser(const std::string& name) {
-  long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-  std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 16384);
+  auto buffer = passwdBuffer();
   passwd entry{};
   passwd* found = nullptr;
   if (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
     return std::nullopt;
   }
-  return UserAccount{found->pw_name ? found->pw_name : name, static_cast<uint32_t>(found->pw_uid),
-                     found->pw_dir ? found->pw_dir : "", found->pw_shell ? found->pw_shell : ""};
+  auto account = userAccountFrom(*found);
+  if (found->pw_name == nullptr) account.name = name;
+  return account;
 }
 
 std::optional<std::string> userNameForUid(uint32_t uid) {
-  const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-  std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 16384);
+  auto buffer = passwdBuffer();
   passwd entry{};
   passwd* found = nullptr;
   if (::getpwuid_r(static_cast<uid_t>(uid), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr ||

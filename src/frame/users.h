@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+struct passwd;
+
 namespace sondrel {
 
 struct UserAccount {
@@ -14,6 +16,9 @@ struct UserAccount {
   std::string home;
   std::string shell;
 };
+
+// The account of a password-database entry; missing fields are empty.
+[[nodiscard]] UserAccount userAccountFrom(const passwd& entry);
 
 // A person who can log in, as opposed to root, daemons and service accounts.
 [[nodiscard]] bool isLoginAccount(const UserAccount& account);
@@ -29,6 +34,10 @@ namespace CommonUtils {
 // Local user account names (macOS: the local identity authority; Linux: the
 // password database, login accounts only).
 [[nodiscard]] std::vector<std::string> listUsers();
+
+// The accounts of listUsers() with their password-database entries, read in
+// one pass; a user without an entry is left out.
+[[nodiscard]] std::vector<UserAccount> listUserAccounts();
 
 // The home folder of a user, or nothing when the user is unknown.
 [[nodiscard]] std::optional<std::string> homeDirectoryForUser(const std::string& name);

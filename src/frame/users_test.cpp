@@ -20,5 +20,16 @@ TEST(HomeDirectory, IsKnownForRootAndUnknownForStrangers) {
   EXPECT_FALSE(CommonUtils::homeDirectoryForUser("no-such-user-for-sure"));
 }
 
+// Scans take the home folders from the one-pass listing instead of asking per user.
+TEST(HomeDirectory, ListedAccountsAreTheListedUsersWithTheirLookedUpHomes) {
+  const auto names = CommonUtils::listUsers();
+  const auto accounts = CommonUtils::listUserAccounts();
+  ASSERT_EQ(accounts.size(), names.size());
+  for (size_t i = 0; i < accounts.size(); ++i) {
+    EXPECT_EQ(accounts[i].name, names[i]);
+    EXPECT_EQ(CommonUtils::homeDirectoryForUser(accounts[i].name), accounts[i].home) << accounts[i].name;
+  }
+}
+
 }  // namespace
 }  // namespace sondrel

@@ -97,10 +97,10 @@ std::vector<std::string> selectNewReports(const std::vector<std::string>& candid
 
 std::vector<std::string> getCrashReportDirs() {
   std::vector<std::string> folders{std::string(kSystemReportFolder)};
-  for (const auto& user : CommonUtils::listUsers()) {
-    const auto home = CommonUtils::homeDirectoryForUser(user);
-    if (!home || home->empty()) continue;
-    folders.push_back((home->ends_with('/') ? home->substr(0, home->size() - 1) : *home) +
+  for (const auto& account : CommonUtils::listUserAccounts()) {
+    const std::string& home = account.home;
+    if (home.empty()) continue;
+    folders.push_back((home.ends_with('/') ? home.substr(0, home.size() - 1) : home) +
                       std::string(kSystemReportFolder));
   }
   return folders;

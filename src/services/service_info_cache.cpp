@@ -42,8 +42,8 @@ std::optional<std::pair<std::string, std::string>> parseService(const std::strin
 
 std::vector<std::string> defaultUserLaunchAgentDirs() {
   std::vector<std::string> dirs;
-  for (const auto& user : CommonUtils::listUsers()) {
-    if (auto home = CommonUtils::homeDirectoryForUser(user)) dirs.push_back(*home + "/Library/LaunchAgents");
+  for (const auto& account : CommonUtils::listUserAccounts()) {
+    if (!account.home.empty()) dirs.push_back(account.home + "/Library/LaunchAgents");
   }
   return dirs;
 }

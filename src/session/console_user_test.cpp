@@ -87,7 +87,7 @@ TEST(UserSwitched, ReachesRegisteredFollowersAndIsKeptForLaterOnes) {
   auto process = std::make_shared<FollowingSource>();
   Slots::processEvents().registerOnce([&] { return process; }, [](IUserFollowingSource&) {});
   ConsoleUser::userSwitched("carol");
-  Slots::processEvents().unregister([](IUserFollowingSource& source) { source.stopListening(); });
+  Slots::processEvents().unregister();
   ConsoleUser::userSwitched(std::nullopt);
   ConsoleUser::userSwitched("dave");
 

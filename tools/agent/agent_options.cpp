@@ -4,9 +4,13 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "agent/families.h"
+
 namespace sondrel::tools {
 
 namespace {
+
+constexpr size_t kUsageWidth = 100;
 
 std::optional<uint64_t> parseUnsigned(const std::string& text) {
   if (text.empty() || !std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; })) {
@@ -14,6 +18,24 @@ std::optional<uint64_t> parseUnsigned(const std::string& text) {
   }
   if (text.size() > 10) return std::nullopt;
   return std::stoull(text);
+}
+
+// "Families: user, process, …, netL2 (default: all)." wrapped to kUsageWidth.
+std::string familiesParagraph() {
+  std::string text = "Families:";
+  size_t lineStart = 0;
+  const auto& names = allFamilies();
+  for (size_t i = 0; i < names.size(); ++i) {
+    const std::string word = names[i] + (i + 1 < names.size() ? "," : " (default: all).");
+    if (text.size() - lineStart + 1 + word.size() > kUsageWidth) {
+      text += '\n';
+      lineStart = text.size();
+    } else {
+      text += ' ';
+    }
+    text += word;
+  }
+  return text + '\n';
 }
 
 }  // namespace
@@ -29,12 +51,13 @@ std::string defaultCacheDir() {
 }
 
 const char* agentUsage() {
-  return "usage: sondrel-agent [--families LIST] [--interval SECONDS] [--cache-dir DIR]\n"
-         "                     [--duration SECONDS] [--log-level 0-5] [--library PATH]\n"
-         "Families: user, process, devicePerf, resourceConsumer, appCrash, systemCrash, appHang,\n"
-         "appUnresponsive, appChange, systemUpdate, asset, service, netAdapter, netL2 (default: all).\n"
-         "Writes one JSON object per record to standard output and log lines to standard error;\n"
-         "SIGINT or SIGTERM unregisters everything and exits 0.\n";
+  static const std::string usage =
+      "usage: sondrel-agent [--families LIST] [--interval SECONDS] [--cache-dir DIR]\n"
+      "                     [--duration SECONDS] [--log-level 0-5] [--library PATH]\n" +
+      familiesParagraph() +
+      "Writes one JSON object per record to standard output and log lines to standard error;\n"
+      "SIGINT or SIGTERM unregisters everything and exits 0.\n";
+  return usage.c_str();
 }
 
 std::optional<AgentOptions> parseAgentOptions(const std::vector<std::string>& arguments, std::string* error) {

@@ -9,14 +9,6 @@
 
 namespace sondrel::tools {
 
-inline const std::vector<std::string>& allFamilies() {
-  static const std::vector<std::string> families = {
-      "user",          "process",    "devicePerf",   "resourceConsumer", "appCrash",
-      "systemCrash",   "appHang",    "appUnresponsive", "appChange",     "systemUpdate",
-      "asset",         "service",    "netAdapter",   "netL2"};
-  return families;
-}
-
 struct AgentOptions {
   std::set<std::string> families;
   std::optional<uint32_t> interval;  // one interval for every periodic family

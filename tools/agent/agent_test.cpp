@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "agent/agent_options.h"
+#include "agent/families.h"
 #include "agent/record_writers.h"
+#include "agent/sondrel_api.h"
 
 namespace sondrel::tools {
 namespace {
@@ -83,6 +87,47 @@ TEST(RecordWriters, ProcessArgumentsKeepNullEntries) {
   writeRecord(json, event);
   EXPECT_NE(json.str().find(R"("argv":["ls",null])"), std::string::npos) << json.str();
   EXPECT_NE(json.str().find(R"("user":null)"), std::string::npos);
+}
+
+// What a fake library was asked to do, in order.
+std::vector<std::string> libraryCalls;
+
+SondrelApi recordingApi() {
+  SondrelApi api;
+  api.registerUserEventsCallback = [](UserEventCallback) { libraryCalls.push_back("register user"); };
+  api.unregisterUserEventsCallback = [] { libraryCalls.push_back("unregister user"); };
+  api.registerServiceEventsCallback = [](ServiceEventCallback, const char* cache, uint32_t interval) {
+    libraryCalls.push_back("register service " + std::string(cache) + " " + std::to_string(interval));
+  };
+  api.unregisterServiceEventsCallback = [] { libraryCalls.push_back("unregister service"); };
+  api.registerNetEventsCallback = [](NetAdapterEventCallback adapter, NetL2EventCallback network, double, double,
+                                     double, double) {
+    libraryCalls.push_back(std::string("register net") + (adapter ? " adapter" : "") + (network ? " l2" : ""));
+  };
+  api.unregisterNetEventsCallback = [] { libraryCalls.push_back("unregister net"); };
+  return api;
+}
+
+// The two network families share one library registration: it happens once,
+// with a callback for each chosen one only.
+TEST(AgentFamilies, RegisterInTableOrderAndTheNetworkPairOnce) {
+  const SondrelApi api = recordingApi();
+  std::string error;
+  auto options =
+      parseAgentOptions({"--families", "netL2,service,user", "--interval", "7", "--cache-dir", "/c"}, &error);
+  ASSERT_TRUE(options) << error;
+  libraryCalls.clear();
+  registerFamilies(api, *options);
+  unregisterFamilies(api, *options);
+  EXPECT_EQ(libraryCalls, (std::vector<std::string>{"register user", "register service /c 7", "register net l2",
+                                                    "unregister user", "unregister service", "unregister net"}));
+
+  options = parseAgentOptions({"--families", "netL2,netAdapter"}, &error);
+  ASSERT_TRUE(options) << error;
+  libraryCalls.clear();
+  registerFamilies(api, *options);
+  unregisterFamilies(api, *options);
+  EXPECT_EQ(libraryCalls, (std::vector<std::string>{"register net adapter l2", "unregister net"}));
 }
 
 }  // namespace

@@ -1,13 +1,17 @@
 #include "agent/record_writers.h"
 
-#include <algorithm>
+#include <cstddef>
+#include <iterator>
 
 namespace sondrel::tools {
 
 namespace {
 // Arrays of fixed size carry a count of valid entries that a faulty record
 // could set past the array's end.
-uint32_t validEntries(uint32_t count, uint32_t capacity) { return std::min(count, capacity); }
+template <typename Entry, size_t Capacity>
+uint32_t validEntries(uint32_t count, const Entry (&entries)[Capacity]) {
+  return count < std::size(entries) ? count : static_cast<uint32_t>(std::size(entries));
+}
 }  // namespace
 
 void writeRecord(JsonWriter& json, const user_event_t& event) {
@@ -17,7 +21,7 @@ void writeRecord(JsonWriter& json, const user_event_t& event) {
       .field("sid", event.sid)
       .field("fromLoginWindow", static_cast<uint32_t>(event.fromLoginWindow))
       .field("hadConsoleUser", static_cast<uint32_t>(event.hadConsoleUser))
-      .field("userName", static_cast<const char*>(event.userName))
+      .field("userName", event.userName)
       .endObject();
 }
 
@@ -31,19 +35,19 @@ void writeRecord(JsonWriter& json, const process_event_t& event) {
       .field("ruid", event.ruid)
       .field("sid", event.sid)
       .field("exitStatus", event.exitStatus)
-      .field("path", static_cast<const char*>(event.path))
+      .field("path", event.path)
       .field("argc", event.argc);
   json.key("argv");
   if (event.argv == nullptr) {
     json.null();
   } else {
     json.beginArray();
-    for (uint32_t i = 0; i < event.argc; ++i) json.value(static_cast<const char*>(event.argv[i]));
+    for (uint32_t i = 0; i < event.argc; ++i) json.value(event.argv[i]);
     json.endArray();
   }
-  json.field("user", static_cast<const char*>(event.user))
-      .field("copyright", static_cast<const char*>(event.copyright))
-      .field("version", static_cast<const char*>(event.version))
+  json.field("user", event.user)
+      .field("copyright", event.copyright)
+      .field("version", event.version)
       .endObject();
 }
 
@@ -55,7 +59,7 @@ void writeRecord(JsonWriter& json, const device_perf_event_t& event) {
       .field("total_time", event.cpu_utilization.total_time)
       .endObject();
   json.field("gpu_count", event.gpu_count).key("gpu_utilization").beginArray();
-  for (uint32_t i = 0; i < validEntries(event.gpu_count, 3); ++i) {
+  for (uint32_t i = 0; i < validEntries(event.gpu_count, event.gpu_utilization); ++i) {
     const auto& gpu = event.gpu_utilization[i];
     json.beginObject()
         .fixedText("model", gpu.model)
@@ -86,7 +90,7 @@ void writeRecord(JsonWriter& json, const device_perf_event_t& event) {
       .endObject();
   json.key("thermal_info").beginObject().field("cpu_temperature", event.thermal_info.cpu_temperature).endObject();
   json.field("battery_count", event.battery_count).key("battery_info").beginArray();
-  for (uint32_t i = 0; i < validEntries(event.battery_count, 3); ++i) {
+  for (uint32_t i = 0; i < validEntries(event.battery_count, event.battery_info); ++i) {
     const auto& battery = event.battery_info[i];
     json.beginObject()
         .fixedText("serial_no", battery.serial_no)
@@ -104,7 +108,7 @@ void writeRecord(JsonWriter& json, const resource_consumer_event_t& event) {
       .field("app_resource_consumer_count", event.app_resource_consumer_count)
       .key("app_resource_consumer")
       .beginArray();
-  for (uint32_t i = 0; i < validEntries(event.app_resource_consumer_count, 50); ++i) {
+  for (uint32_t i = 0; i < validEntries(event.app_resource_consumer_count, event.app_resource_consumer); ++i) {
     const auto& app = event.app_resource_consumer[i];
     json.beginObject()
         .field("process_count", app.process_count)
@@ -115,8 +119,8 @@ void writeRecord(JsonWriter& json, const resource_consumer_event_t& event) {
         .field("gpu_usage0", app.gpu_usage0)
         .field("gpu_usage1", app.gpu_usage1)
         .field("gpu_usage2", app.gpu_usage2)
-        .field("user", static_cast<const char*>(app.user))
-        .field("packageName", static_cast<const char*>(app.packageName))
+        .field("user", app.user)
+        .field("packageName", app.packageName)
         .endObject();
   }
   const auto& device = event.device_resource_consumer;
@@ -128,9 +132,9 @@ void writeRecord(JsonWriter& json, const resource_consumer_event_t& event) {
       .field("gpu_usage0", device.gpu_usage0)
       .field("gpu_usage1", device.gpu_usage1)
       .field("gpu_usage2", device.gpu_usage2)
-      .field("gpu_name0", static_cast<const char*>(device.gpu_name0))
-      .field("gpu_name1", static_cast<const char*>(device.gpu_name1))
-      .field("gpu_name2", static_cast<const char*>(device.gpu_name2))
+      .field("gpu_name0", device.gpu_name0)
+      .field("gpu_name1", device.gpu_name1)
+      .field("gpu_name2", device.gpu_name2)
       .endObject()
       .endObject();
 }
@@ -153,20 +157,20 @@ void writeRecord(JsonWriter& json, const app_crash_event_t& event) {
 
 void writeRecord(JsonWriter& json, const system_crash_event_t& event) {
   json.beginObject()
-      .field("crashPath", static_cast<const char*>(event.crashPath))
-      .field("version", static_cast<const char*>(event.version))
-      .field("process", static_cast<const char*>(event.process))
-      .field("stackTrace", static_cast<const char*>(event.stackTrace))
+      .field("crashPath", event.crashPath)
+      .field("version", event.version)
+      .field("process", event.process)
+      .field("stackTrace", event.stackTrace)
       .field("timestamp", event.timestamp)
       .endObject();
 }
 
 void writeRecord(JsonWriter& json, const app_hang_event_t& event) {
   json.beginObject()
-      .field("application", static_cast<const char*>(event.application))
-      .field("version", static_cast<const char*>(event.version))
-      .field("appPath", static_cast<const char*>(event.appPath))
-      .field("publisher", static_cast<const char*>(event.publisher))
+      .field("application", event.application)
+      .field("version", event.version)
+      .field("appPath", event.appPath)
+      .field("publisher", event.publisher)
       .field("duration", event.duration)
       .endObject();
 }
@@ -176,9 +180,9 @@ void writeRecord(JsonWriter& json, const service_event_t& event) {
       .key("eventType").beginObject().field("rawValue", event.eventType.rawValue).endObject()
       .field("timestamp", event.timestamp)
       .field("pid", event.pid)
-      .field("service", static_cast<const char*>(event.service))
-      .field("program", static_cast<const char*>(event.program))
-      .field("user", static_cast<const char*>(event.user))
+      .field("service", event.service)
+      .field("program", event.program)
+      .field("user", event.user)
       .endObject();
 }
 

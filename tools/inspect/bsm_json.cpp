@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <variant>
 
-#include "frame/file_utils.h"
+#include "inspect/saved_output.h"
 #include "session/bsm_reader.h"
 #include "session/bsm_token.h"
 
@@ -119,15 +119,8 @@ bool writeBsmRecordJson(JsonWriter& json, size_t recordNumber, size_t offset, st
 }
 
 int printBsmTrail(const std::vector<std::string>& arguments) {
-  if (arguments.size() != 1) {
-    std::fputs("usage: sondrel-inspect bsm FILE\n", stderr);
-    return 2;
-  }
-  const auto bytes = readFileCapped(arguments[0], kMaxTrailBytes);
-  if (!bytes) {
-    std::fprintf(stderr, "sondrel-inspect: cannot read %s\n", arguments[0].c_str());
-    return 1;
-  }
+  const auto bytes = readSavedOutput(arguments, "bsm", kMaxTrailBytes);
+  if (!bytes) return savedOutputFailureStatus(arguments);
   const std::span<const uint8_t> trail(reinterpret_cast<const uint8_t*>(bytes->data()), bytes->size());
   size_t recordNumber = 0;
   const uint64_t skipped = bsm::forEachRecord(trail, [&](size_t offset, std::span<const uint8_t> record) {

@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "common/json_writer.h"
-#include "frame/file_utils.h"
 #include "frame/plist_value.h"
 #include "inspect/bsm_json.h"
 #include "inspect/plist_json.h"
 #include "inspect/process_json.h"
 #include "inspect/report_commands.h"
+#include "inspect/saved_output.h"
 #include "inspect/service_commands.h"
 
 using namespace sondrel;
@@ -24,15 +24,8 @@ namespace {
 using Command = std::function<int(const std::vector<std::string>& arguments)>;
 
 int printPlist(const std::vector<std::string>& arguments) {
-  if (arguments.size() != 1) {
-    std::fputs("usage: sondrel-inspect plist FILE\n", stderr);
-    return 2;
-  }
-  auto bytes = readFileCapped(arguments[0]);
-  if (!bytes) {
-    std::fprintf(stderr, "sondrel-inspect: cannot read %s\n", arguments[0].c_str());
-    return 1;
-  }
+  const auto bytes = readSavedOutput(arguments, "plist");
+  if (!bytes) return savedOutputFailureStatus(arguments);
   auto value = parsePlist(*bytes);
   if (!value) {
     std::fprintf(stderr, "sondrel-inspect: %s is not a property list\n", arguments[0].c_str());

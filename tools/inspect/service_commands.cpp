@@ -3,24 +3,14 @@
 #include <cstdio>
 #include <optional>
 
-#include "frame/file_utils.h"
 #include "frame/logger.h"
+#include "inspect/saved_output.h"
 #include "services/platform_service_utils.h"
 #include "services/service_content_parser.h"
 
 namespace sondrel::tools {
 
 namespace {
-
-std::optional<std::string> readSavedOutput(const std::vector<std::string>& arguments, const char* usage) {
-  if (arguments.size() != 1) {
-    std::fprintf(stderr, "usage: sondrel-inspect %s FILE\n", usage);
-    return std::nullopt;
-  }
-  auto bytes = readFileCapped(arguments[0]);
-  if (!bytes) std::fprintf(stderr, "sondrel-inspect: cannot read %s\n", arguments[0].c_str());
-  return bytes;
-}
 
 // The inventory explains itself only in log lines; show them beside the result.
 void logToStandardError(uint32_t level, const char*, const char* message) {
@@ -56,7 +46,7 @@ void writeServiceRawDataJson(JsonWriter& json, const std::vector<ServiceRawData>
 
 int inspectLaunchctlList(const std::vector<std::string>& arguments) {
   const auto content = readSavedOutput(arguments, "launchctl-list");
-  if (!content) return arguments.size() == 1 ? 1 : 2;
+  if (!content) return savedOutputFailureStatus(arguments);
   const auto records = ServiceContentParser().parseServiceList(*content, std::nullopt);
   if (!records) {
     std::fprintf(stderr, "sondrel-inspect: %s holds no service list\n", arguments[0].c_str());
@@ -69,7 +59,7 @@ int inspectLaunchctlList(const std::vector<std::string>& arguments) {
 
 int inspectLaunchctlService(const std::vector<std::string>& arguments) {
   const auto content = readSavedOutput(arguments, "launchctl-service");
-  if (!content) return arguments.size() == 1 ? 1 : 2;
+  if (!content) return savedOutputFailureStatus(arguments);
   const auto program = ServiceContentParser().parseServiceProgram(*content);
   JsonWriter json;
   json.beginObject().key("program");
@@ -80,7 +70,7 @@ int inspectLaunchctlService(const std::vector<std::string>& arguments) {
 
 int inspectDsclUsers(const std::vector<std::string>& arguments) {
   const auto content = readSavedOutput(arguments, "dscl-users");
-  if (!content) return arguments.size() == 1 ? 1 : 2;
+  if (!content) return savedOutputFailureStatus(arguments);
   const auto uids = ServiceContentParser().parseUids(*content);
   if (!uids) {
     std::fprintf(stderr, "sondrel-inspect: %s holds no user ids\n", arguments[0].c_str());

@@ -6,36 +6,14 @@
 #include <optional>
 #include <string>
 
+#include "frame/owned.h"
+
 namespace sondrel {
 
+// A CoreFoundation object this code created or copied (the Create and Copy
+// rules), released once with CFRelease.
 template <typename Ref>
-class CFOwned {
- public:
-  CFOwned() = default;
-  explicit CFOwned(Ref ref) : ref_(ref) {}
-  CFOwned(CFOwned&& other) noexcept : ref_(other.ref_) { other.ref_ = nullptr; }
-  CFOwned& operator=(CFOwned&& other) noexcept {
-    if (this != &other) {
-      reset();
-      ref_ = other.ref_;
-      other.ref_ = nullptr;
-    }
-    return *this;
-  }
-  CFOwned(const CFOwned&) = delete;
-  CFOwned& operator=(const CFOwned&) = delete;
-  ~CFOwned() { reset(); }
-
-  [[nodiscard]] Ref get() const { return ref_; }
-  explicit operator bool() const { return ref_ != nullptr; }
-  void reset() {
-    if (ref_ != nullptr) CFRelease(ref_);
-    ref_ = nullptr;
-  }
-
- private:
-  Ref ref_ = nullptr;
-};
+using CFOwned = Owned<Ref, nullptr, CFRelease>;
 
 // The UTF-8 text of a CoreFoundation string, or nothing for null.
 std::optional<std::string> toUtf8(CFStringRef text);

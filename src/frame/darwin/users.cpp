@@ -24,4 +24,13 @@ std::vector<std::string> listUsers() {
   return names;
 }
 
+// The identity authority knows names only; the rest comes from the password database.
+std::vector<UserAccount> listUserAccounts() {
+  std::vector<UserAccount> accounts;
+  for (const auto& name : listUsers()) {
+    if (auto account = lookUpUser(name)) accounts.push_back(std::move(*account));
+  }
+  return accounts;
+}
+
 }  // namespace sondrel::CommonUtils

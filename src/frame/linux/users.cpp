@@ -6,18 +6,23 @@
 
 namespace sondrel::CommonUtils {
 
-std::vector<std::string> listUsers() {
+std::vector<UserAccount> listUserAccounts() {
   // getpwent walks one process-wide cursor.
   static std::mutex cursorMutex;
   std::lock_guard lock(cursorMutex);
-  std::vector<std::string> names;
+  std::vector<UserAccount> accounts;
   ::setpwent();
   while (const passwd* entry = ::getpwent()) {
-    UserAccount account{entry->pw_name ? entry->pw_name : "", static_cast<uint32_t>(entry->pw_uid),
-                        entry->pw_dir ? entry->pw_dir : "", entry->pw_shell ? entry->pw_shell : ""};
-    if (isLoginAccount(account)) names.push_back(std::move(account.name));
+    auto account = userAccountFrom(*entry);
+    if (isLoginAccount(account)) accounts.push_back(std::move(account));
   }
   ::endpwent();
+  return accounts;
+}
+
+std::vector<std::string> listUsers() {
+  std::vector<std::string> names;
+  for (auto& account : listUserAccounts()) names.push_back(std::move(account.name));
   return names;
 }
 
