@@ -85,10 +85,7 @@ void AppHangReportParser::parseDurationInfo(std::string_view value) {
 void AppHangReportParser::addAdditionalAttributes() {
   if (hangInfo->appPath.empty()) return;
   hangInfo->application = lastPathComponent(hangInfo->appPath);
-  const auto attributes = CommonUtils::getAppAttributes({"NSHumanReadableCopyright"}, hangInfo->appPath);
-  if (const auto found = attributes.find("NSHumanReadableCopyright"); found != attributes.end()) {
-    hangInfo->publisher = found->second;
-  }
+  hangInfo->publisher = CommonUtils::getAppCopyright(hangInfo->appPath);
 }
 
 }  // namespace sondrel

@@ -323,10 +323,7 @@ void CrashReportParser::retrieveCrashAppAttributes() {
     crashInfo->user = found->second;
   }
   crashInfo->crashTime = wholeSecondsOrZero(parseReportDate(property("Date/Time")));
-  const auto attributes = CommonUtils::getAppAttributes({"NSHumanReadableCopyright"}, crashInfo->appPath);
-  if (const auto found = attributes.find("NSHumanReadableCopyright"); found != attributes.end()) {
-    crashInfo->publisher = found->second;
-  }
+  crashInfo->publisher = CommonUtils::getAppCopyright(crashInfo->appPath);
   crashInfo->appTimeStamp = retrieveTimeStamp(crashInfo->appPath);
 }
 
