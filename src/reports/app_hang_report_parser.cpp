@@ -14,13 +14,6 @@
 
 namespace sondrel {
 
-std::string lastPathComponent(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  if (path == "/") return "/";
-  const auto slash = path.rfind('/');
-  return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
-}
-
 AppHangReportParser::AppHangReportParser() : separator("--------") {}
 
 std::optional<HangInfo> AppHangReportParser::parseAppHangReport(const std::string& path) {

@@ -77,12 +77,5 @@ TEST(AppHangReportParserFile, MissingFilesAreLoggedAndBundlesGiveThePublisher) {
   EXPECT_EQ(info->publisher, "Example");
 }
 
-TEST(LastPathComponent, FollowsFilePathRules) {
-  EXPECT_EQ(lastPathComponent("/Applications/A.app/Contents/MacOS/A"), "A");
-  EXPECT_EQ(lastPathComponent("/Applications/A.app/"), "A.app");
-  EXPECT_EQ(lastPathComponent("relative"), "relative");
-  EXPECT_EQ(lastPathComponent("/"), "/");
-}
-
 }  // namespace
 }  // namespace sondrel
