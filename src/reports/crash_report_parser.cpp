@@ -324,7 +324,11 @@ void CrashReportParser::retrieveCrashAppAttributes() {
   }
   crashInfo->crashTime = wholeSecondsOrZero(parseReportDate(property("Date/Time")));
   crashInfo->publisher = CommonUtils::getAppCopyright(crashInfo->appPath);
-  crashInfo->appTimeStamp = retrieveTimeStamp(crashInfo->appPath);
+  // A crash in the application's own binary names that binary as the module
+  // too, and reading a signature is slow: a time already read is reused. A 0
+  // is asked again, so that each failure is still logged for both fields.
+  const bool reuseModuleTime = crashInfo->modulePath == crashInfo->appPath && crashInfo->moduleTimeStamp != 0;
+  crashInfo->appTimeStamp = reuseModuleTime ? crashInfo->moduleTimeStamp : retrieveTimeStamp(crashInfo->appPath);
 }
 
 }  // namespace sondrel
