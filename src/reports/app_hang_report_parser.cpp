@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <charconv>
-#include <re2/re2.h>
 
 #include "frame/app_attributes.h"
 #include "frame/export_guard.h"
@@ -63,9 +62,10 @@ bool AppHangReportParser::parseCompleted(std::string_view line) const {
 }
 
 void AppHangReportParser::parseDurationInfo(std::string_view value) {
-  if (value.empty()) return;
-  static const RE2 durationPattern(R"(^\d+.*\d*s)");
-  if (!RE2::PartialMatch(re2::StringPiece(value.data(), value.size()), durationPattern)) return;
+  // The pattern "^\d+.*\d*s" asks for a leading digit and an "s" after it.
+  // An "s" before the end would stay in the number below and fail it, so
+  // the pattern and the number together come to: a digit first, "s" last.
+  if (value.empty() || !reporttext::isDigit(value.front()) || value.back() != 's') return;
   const std::string_view number = value.substr(0, value.size() - 1);
   double seconds = 0;
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), seconds);

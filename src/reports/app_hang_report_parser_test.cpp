@@ -21,7 +21,7 @@ TEST(AppHangReportParserDuration, SecondsBecomeWholeMilliseconds) {
 }
 
 TEST(AppHangReportParserDuration, AnythingButANumberWithItsUnitLetterChangesNothing) {
-  for (const char* value : {"3.5 s", "", "s", "3.5", "abc 3s", "3.5 seconds", "1e400s", "3.5.1s"}) {
+  for (const char* value : {"3.5 s", "", "s", "3.5", "abc 3s", "3.5 seconds", "1e400s", "3.5.1s", "3s5", "-2s"}) {
     EXPECT_EQ(durationOf(value), 0u) << value;
   }
   AppHangReportParser parser;
