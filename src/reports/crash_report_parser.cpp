@@ -87,7 +87,6 @@ void CrashReportParser::reset() {
 }
 
 std::optional<CrashInfo> CrashReportParser::parseCrashReport(const std::string& path) {
-  reset();
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0) {
     Logger::logError("Error: Crash report {} does not exist.", path);
@@ -102,6 +101,7 @@ std::optional<CrashInfo> CrashReportParser::parseCrashReport(const std::string& 
 }
 
 std::optional<CrashInfo> CrashReportParser::parseCrashReportContent(std::string_view path, std::string_view text) {
+  // Every parse, from a file or from memory, starts here: nothing of the previous report carries over.
   reset();
   crashInfo.emplace();
   isIpsFile = path.ends_with("ips");
