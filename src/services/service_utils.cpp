@@ -15,7 +15,7 @@ namespace {
 // finishing after the wait gave up writes into memory that still exists.
 template <typename Value>
 struct SharedResults {
-  std::recursive_mutex lock;
+  std::mutex lock;
   Value value;
 };
 
