@@ -27,6 +27,11 @@ std::string describeUid(const std::optional<uint32_t>& uid) {
 
 AccountLookup AccountLookup::system() { return {sondrel::userNameForUid, sondrel::uidOfProcess}; }
 
+std::optional<std::string> AccountLookup::userOfProcess(int32_t pid) const {
+  const auto uid = uidOfProcess(pid);
+  return uid ? userNameForUid(*uid) : std::nullopt;
+}
+
 std::string trimServiceName(const std::string& label) {
   static const RE2 uuidSuffix("[A-F0-9]{4}-[A-F0-9]{4}-[A-F0-9]{4}-[A-F0-9]{12}$");
   static const RE2 addressSuffix("0x[A-Fa-f0-9]{9}$");
@@ -139,9 +144,7 @@ std::optional<std::map<std::string, std::string>> ServiceUtils::buildServiceProg
 std::optional<std::string> ServiceUtils::userOf(const ServiceRawData& record) const {
   if (record.uid) return accounts_.userNameForUid(*record.uid);
   if (record.pid) {
-    if (auto uid = accounts_.uidOfProcess(*record.pid)) {
-      if (auto name = accounts_.userNameForUid(*uid)) return name;
-    }
+    if (auto name = accounts_.userOfProcess(*record.pid)) return name;
   }
   return std::string("root");
 }

@@ -196,9 +196,7 @@ std::optional<std::vector<ServiceInfo>> SystemdServiceUtils::getServices() {
     if (entry.userName) {
       user = *entry.userName;
     } else if (details.mainPid) {
-      if (auto uid = accounts_.uidOfProcess(*details.mainPid)) {
-        if (auto name = accounts_.userNameForUid(*uid)) user = std::move(*name);
-      }
+      if (auto name = accounts_.userOfProcess(*details.mainPid)) user = std::move(*name);
     }
     services.push_back({entry.unit.name, *details.program, std::move(user)});
   }
