@@ -34,4 +34,11 @@ std::map<std::string, std::string> getAppAttributes(const std::vector<std::strin
   return attributes;
 }
 
+std::string getAppCopyright(const std::string& executablePath) {
+  static constexpr const char* kCopyrightKey = "NSHumanReadableCopyright";
+  auto attributes = getAppAttributes({kCopyrightKey}, executablePath);
+  const auto found = attributes.find(kCopyrightKey);
+  return found == attributes.end() ? std::string() : std::move(found->second);
+}
+
 }  // namespace sondrel::CommonUtils

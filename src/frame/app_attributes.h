@@ -18,4 +18,9 @@ namespace sondrel::CommonUtils {
 [[nodiscard]] std::map<std::string, std::string> getAppAttributes(const std::vector<std::string>& keys,
                                                                   const std::string& executablePath);
 
+// The ownership notice ("NSHumanReadableCopyright") of the bundle that holds
+// executablePath, which reports give as an application's publisher; empty
+// when there is none.
+[[nodiscard]] std::string getAppCopyright(const std::string& executablePath);
+
 }  // namespace sondrel::CommonUtils

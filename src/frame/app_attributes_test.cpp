@@ -28,6 +28,7 @@ TEST(AppAttributes, ComeFromTheNearestBundleAboveTheExecutable) {
   EXPECT_EQ(attributes.size(), 2u) << "missing and non-text values are left out";
   EXPECT_EQ(attributes.at("CFBundleShortVersionString"), "2.4.1");
   EXPECT_EQ(attributes.at("NSHumanReadableCopyright"), "© 2024 Example Ltd.");
+  EXPECT_EQ(CommonUtils::getAppCopyright(root / "Applications/Demo.app/Contents/MacOS/Demo"), "© 2024 Example Ltd.");
 
   // A helper deep inside the bundle belongs to the same application.
   const auto helper = CommonUtils::getAppAttributes(
@@ -43,6 +44,7 @@ TEST(AppAttributes, AreEmptyOutsideAnyBundle) {
   EXPECT_TRUE(CommonUtils::getAppAttributes({"CFBundleShortVersionString"}, root / "usr/bin/tool").empty());
   EXPECT_TRUE(CommonUtils::getAppAttributes({"CFBundleShortVersionString"}, "tool").empty());
   EXPECT_TRUE(CommonUtils::getAppAttributes({"CFBundleShortVersionString"}, "").empty());
+  EXPECT_EQ(CommonUtils::getAppCopyright(root / "usr/bin/tool"), "");
 }
 
 }  // namespace

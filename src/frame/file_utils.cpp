@@ -58,6 +58,13 @@ std::string cacheFilePath(const std::string& cachePath, std::string_view cacheFi
   return (cachePath.ends_with('/') ? cachePath : cachePath + "/") + std::string(cacheFileName);
 }
 
+std::string lastPathComponent(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  if (path == "/") return "/";
+  const auto slash = path.rfind('/');
+  return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
 bool createFolderIfMissing(const std::string& folder, std::string* reason) {
   std::string ignored;
   if (reason == nullptr) reason = &ignored;

@@ -25,6 +25,9 @@ inline constexpr size_t kMaxInputFileBytes = 16 * 1024 * 1024;
 // current folder of the process.
 [[nodiscard]] std::string cacheFilePath(const std::string& cachePath, std::string_view cacheFileName);
 
+// The last component of a file path, trailing slashes ignored ("/" stays "/").
+[[nodiscard]] std::string lastPathComponent(std::string_view path);
+
 // Creates folder and its missing parents with mode 0700.
 [[nodiscard]] bool createFolderIfMissing(const std::string& folder, std::string* reason);
 

@@ -67,5 +67,12 @@ TEST(FileModificationTimestamp, GivesSecondsWithTheirFraction) {
   EXPECT_FALSE(CommonUtils::getFileModificationTimestamp(root / "missing"));
 }
 
+TEST(LastPathComponent, FollowsFilePathRules) {
+  EXPECT_EQ(lastPathComponent("/Applications/A.app/Contents/MacOS/A"), "A");
+  EXPECT_EQ(lastPathComponent("/Applications/A.app/"), "A.app");
+  EXPECT_EQ(lastPathComponent("relative"), "relative");
+  EXPECT_EQ(lastPathComponent("/"), "/");
+}
+
 }  // namespace
 }  // namespace sondrel

@@ -1,7 +1,6 @@
 #include "reports/app_crash_events.h"
 
 #include "frame/c_strings.h"
-#include "frame/file_utils.h"
 
 namespace sondrel {
 
@@ -23,20 +22,14 @@ app_crash_event_t makeAppCrashEvent(const CrashInfo& info) {
 
 AppCrashEvents::AppCrashEvents(std::string cachePath, std::unique_ptr<CrashReportParser> parser,
                                std::chrono::nanoseconds interval, ReportFolders folders, CandidateRules rules)
-    : ReportEventsBase(kQueueLabel, interval), cachePath_(std::move(cachePath)), parser(std::move(parser)) {
-  scan_.suffixes = {"crash", "ips"};
-  scan_.folders = std::move(folders);
-  scan_.cacheFile = cacheFilePath(cachePath_, cacheFileName);
-  scan_.rules = rules;
+    : ReportEventsBase(kQueueLabel, interval, std::move(cachePath)), parser(std::move(parser)) {
+  watchReports({"crash", "ips"}, std::move(folders), cacheFileName, rules);
 }
 
 std::vector<CrashInfo> AppCrashEvents::collectNewCrashInfos() {
-  std::vector<CrashInfo> infos;
-  for (const auto& path : scanForNewReports(scan_, secondsSince1970())) {
-    if (!parser) continue;
-    if (auto info = parser->parseCrashReport(path)) infos.push_back(std::move(*info));
-  }
-  return infos;
+  return collectNewInfos<CrashInfo>([this](const std::string& path) {
+    return parser ? parser->parseCrashReport(path) : std::nullopt;
+  });
 }
 
 void AppCrashEvents::eventTimerCallback() {

@@ -33,9 +33,7 @@ class AppCrashEvents final : public ReportEventsBase<AppCrashEventCallback> {
   const std::string cacheFileName = "crash.plist";
 
  private:
-  std::string cachePath_;
   std::unique_ptr<CrashReportParser> parser;
-  ReportScanSettings scan_;
 };
 
 }  // namespace sondrel

@@ -3,26 +3,19 @@
 #include <cstdlib>
 
 #include "frame/c_strings.h"
-#include "frame/file_utils.h"
 
 namespace sondrel {
 
 AppHangEvents::AppHangEvents(std::string cachePath, std::unique_ptr<AppHangReportParser> parser,
                              std::chrono::nanoseconds interval, ReportFolders folders, CandidateRules rules)
-    : ReportEventsBase(kQueueLabel, interval), cachePath_(std::move(cachePath)), parser(std::move(parser)) {
-  scan_.suffixes = {hangReportType};
-  scan_.folders = std::move(folders);
-  scan_.cacheFile = cacheFilePath(cachePath_, cacheFileName);
-  scan_.rules = rules;
+    : ReportEventsBase(kQueueLabel, interval, std::move(cachePath)), parser(std::move(parser)) {
+  watchReports({hangReportType}, std::move(folders), cacheFileName, rules);
 }
 
 std::vector<HangInfo> AppHangEvents::collectNewHangInfos() {
-  std::vector<HangInfo> infos;
-  for (const auto& path : scanForNewReports(scan_, secondsSince1970())) {
-    if (!parser) continue;
-    if (auto info = parser->parseAppHangReport(path)) infos.push_back(std::move(*info));
-  }
-  return infos;
+  return collectNewInfos<HangInfo>([this](const std::string& path) {
+    return parser ? parser->parseAppHangReport(path) : std::nullopt;
+  });
 }
 
 void AppHangEvents::eventTimerCallback() {

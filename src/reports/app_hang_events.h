@@ -31,9 +31,7 @@ class AppHangEvents final : public ReportEventsBase<AppHangEventCallback> {
   const std::string cacheFileName = "hang.plist";
 
  private:
-  std::string cachePath_;
   std::unique_ptr<AppHangReportParser> parser;
-  ReportScanSettings scan_;
 };
 
 }  // namespace sondrel

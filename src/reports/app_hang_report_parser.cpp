@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <charconv>
-#include <re2/re2.h>
 
 #include "frame/app_attributes.h"
 #include "frame/export_guard.h"
@@ -13,13 +12,6 @@
 #include "reports/report_text.h"
 
 namespace sondrel {
-
-std::string lastPathComponent(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  if (path == "/") return "/";
-  const auto slash = path.rfind('/');
-  return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
-}
 
 AppHangReportParser::AppHangReportParser() : separator("--------") {}
 
@@ -70,9 +62,10 @@ bool AppHangReportParser::parseCompleted(std::string_view line) const {
 }
 
 void AppHangReportParser::parseDurationInfo(std::string_view value) {
-  if (value.empty()) return;
-  static const RE2 durationPattern(R"(^\d+.*\d*s)");
-  if (!RE2::PartialMatch(re2::StringPiece(value.data(), value.size()), durationPattern)) return;
+  // The pattern "^\d+.*\d*s" asks for a leading digit and an "s" after it.
+  // An "s" before the end would stay in the number below and fail it, so
+  // the pattern and the number together come to: a digit first, "s" last.
+  if (value.empty() || !reporttext::isDigit(value.front()) || value.back() != 's') return;
   const std::string_view number = value.substr(0, value.size() - 1);
   double seconds = 0;
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), seconds);
@@ -85,10 +78,7 @@ void AppHangReportParser::parseDurationInfo(std::string_view value) {
 void AppHangReportParser::addAdditionalAttributes() {
   if (hangInfo->appPath.empty()) return;
   hangInfo->application = lastPathComponent(hangInfo->appPath);
-  const auto attributes = CommonUtils::getAppAttributes({"NSHumanReadableCopyright"}, hangInfo->appPath);
-  if (const auto found = attributes.find("NSHumanReadableCopyright"); found != attributes.end()) {
-    hangInfo->publisher = found->second;
-  }
+  hangInfo->publisher = CommonUtils::getAppCopyright(hangInfo->appPath);
 }
 
 }  // namespace sondrel

@@ -34,7 +34,4 @@ class AppHangReportParser {
   std::optional<HangInfo> hangInfo;
 };
 
-// The last component of a file path, trailing slashes ignored.
-[[nodiscard]] std::string lastPathComponent(std::string_view path);
-
 }  // namespace sondrel

@@ -87,7 +87,6 @@ void CrashReportParser::reset() {
 }
 
 std::optional<CrashInfo> CrashReportParser::parseCrashReport(const std::string& path) {
-  reset();
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0) {
     Logger::logError("Error: Crash report {} does not exist.", path);
@@ -102,6 +101,7 @@ std::optional<CrashInfo> CrashReportParser::parseCrashReport(const std::string& 
 }
 
 std::optional<CrashInfo> CrashReportParser::parseCrashReportContent(std::string_view path, std::string_view text) {
+  // Every parse, from a file or from memory, starts here: nothing of the previous report carries over.
   reset();
   crashInfo.emplace();
   isIpsFile = path.ends_with("ips");
@@ -323,11 +323,12 @@ void CrashReportParser::retrieveCrashAppAttributes() {
     crashInfo->user = found->second;
   }
   crashInfo->crashTime = wholeSecondsOrZero(parseReportDate(property("Date/Time")));
-  const auto attributes = CommonUtils::getAppAttributes({"NSHumanReadableCopyright"}, crashInfo->appPath);
-  if (const auto found = attributes.find("NSHumanReadableCopyright"); found != attributes.end()) {
-    crashInfo->publisher = found->second;
-  }
-  crashInfo->appTimeStamp = retrieveTimeStamp(crashInfo->appPath);
+  crashInfo->publisher = CommonUtils::getAppCopyright(crashInfo->appPath);
+  // A crash in the application's own binary names that binary as the module
+  // too, and reading a signature is slow: a time already read is reused. A 0
+  // is asked again, so that each failure is still logged for both fields.
+  const bool reuseModuleTime = crashInfo->modulePath == crashInfo->appPath && crashInfo->moduleTimeStamp != 0;
+  crashInfo->appTimeStamp = reuseModuleTime ? crashInfo->moduleTimeStamp : retrieveTimeStamp(crashInfo->appPath);
 }
 
 }  // namespace sondrel

@@ -25,6 +25,7 @@ std::optional<CrashInfo> parseIps(const std::string& body) {
 }
 
 TEST(CrashReportParserJson, FaultingModuleSkipsSystemLibrariesAndUnusableFrames) {
+  LogCapture logs;
   // Index 7 is out of range and the frame without an index is skipped; both
   // must not end the walk. Index 1 is under /usr/lib/, so image 0 wins.
   const auto info = parseIps(R"({"procPath":"/Applications/Demo.app/Contents/MacOS/Demo","faultingThread":1,
@@ -38,6 +39,9 @@ TEST(CrashReportParserJson, FaultingModuleSkipsSystemLibrariesAndUnusableFrames)
   EXPECT_EQ(info->module, "Demo");
   EXPECT_EQ(info->modulePath, "/Applications/Demo.app/Contents/MacOS/Demo");
   EXPECT_EQ(info->moduleVersion, "1.2");
+  // The module is the application's own binary: its failed signature lookup
+  // is still logged for each of the two time stamps.
+  EXPECT_EQ(logs.count("Failed to find any file at /Applications/Demo.app/Contents/MacOS/Demo"), 2u);
 }
 
 TEST(CrashReportParserJson, AllSystemFramesKeepTheFirstCountedImage) {

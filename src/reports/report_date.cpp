@@ -161,9 +161,13 @@ std::optional<double> parsePanicDateLine(std::string_view text) {
   return static_cast<double>(seconds);
 }
 
+std::optional<uint64_t> wholeSeconds(double seconds) {
+  if (!std::isfinite(seconds) || seconds < 0 || seconds >= 18446744073709551616.0) return std::nullopt;
+  return static_cast<uint64_t>(seconds);
+}
+
 unsigned long long wholeSecondsOrZero(std::optional<double> seconds) {
-  if (!seconds || !std::isfinite(*seconds) || *seconds < 0 || *seconds >= 18446744073709551616.0) return 0;
-  return static_cast<unsigned long long>(*seconds);
+  return seconds ? wholeSeconds(*seconds).value_or(0) : 0;
 }
 
 }  // namespace sondrel

@@ -1,6 +1,7 @@
 #pragma once
 // The date forms written by the system's report writers.
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -17,7 +18,11 @@ namespace sondrel {
 // line names none, and it was written by the machine that now reads it).
 [[nodiscard]] std::optional<double> parsePanicDateLine(std::string_view text);
 
-// Whole seconds of a parsed date, or 0 when it is before 1970 or not finite.
+// Seconds since 1970 with the fraction cut off, or nothing when they are not
+// finite or do not fit an unsigned 64-bit count (before 1970, or too far on).
+[[nodiscard]] std::optional<uint64_t> wholeSeconds(double seconds);
+
+// Whole seconds of a parsed date, or 0 when there is none or it does not fit.
 [[nodiscard]] unsigned long long wholeSecondsOrZero(std::optional<double> seconds);
 
 }  // namespace sondrel

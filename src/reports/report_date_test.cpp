@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
+#include <limits>
 
 namespace sondrel {
 namespace {
@@ -38,6 +39,12 @@ TEST(WholeSecondsOrZero, CutsTheFractionAndRefusesWhatAUnsignedCountCannotHold) 
   EXPECT_EQ(wholeSecondsOrZero(std::nullopt), 0u);
   EXPECT_EQ(wholeSecondsOrZero(-0.5), 0u);
   EXPECT_EQ(wholeSecondsOrZero(1e30), 0u);
+  EXPECT_EQ(wholeSeconds(0.0), 0u);
+  EXPECT_EQ(wholeSeconds(18446744073709549568.0), 18446744073709549568u);  // the largest double below 2^64
+  for (double unfit : {-0.5, 18446744073709551616.0, std::numeric_limits<double>::infinity(),
+                       std::numeric_limits<double>::quiet_NaN()}) {
+    EXPECT_FALSE(wholeSeconds(unfit)) << unfit;
+  }
 }
 
 TEST(ParsePanicDateLine, ReadsTheOlderPanicDateInLocalTime) {

@@ -1,19 +1,26 @@
 #pragma once
 // What the three report sources share: a serial queue for start and stop, a
-// repeating timer on a thread of its own for the scans, and a gate that
-// keeps the host's callback from being called once stop has returned.
+// repeating timer on a thread of its own for the scans, a gate that keeps
+// the host's callback from being called once stop has returned, and the scan
+// that hands each new report to the source's parser.
 // Thread contract: the timer and lifecycle state are touched on execQueue; the
-// gate and the stopped flag from any thread.
+// gate and the stopped flag from any thread; the scan settings only on the
+// timer's thread, once the constructor has set them.
 
 #include <atomic>
 #include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "frame/callback_gate.h"
 #include "frame/dispatch.h"
 #include "frame/event_source.h"
+#include "frame/file_utils.h"
+#include "reports/report_scan.h"
 
 namespace sondrel {
 
@@ -60,8 +67,25 @@ class ReportEventsBase : public IEventSource, public std::enable_shared_from_thi
   virtual void eventTimerCallback() = 0;
 
  protected:
-  ReportEventsBase(std::string queueLabel, std::chrono::nanoseconds interval)
-      : execQueue(std::move(queueLabel)), interval_(interval) {}
+  ReportEventsBase(std::string queueLabel, std::chrono::nanoseconds interval, std::string cachePath)
+      : execQueue(std::move(queueLabel)), cachePath_(std::move(cachePath)), interval_(interval) {}
+
+  // Called from the source's constructor, whose own constants name the
+  // reports and the cache file; the base can't see them before then.
+  void watchReports(std::vector<std::string> suffixes, ReportFolders folders, std::string_view cacheFileName,
+                    CandidateRules rules, bool foldRetired = false) {
+    scan_ = {std::move(suffixes), std::move(folders), cacheFilePath(cachePath_, cacheFileName), foldRetired, rules};
+  }
+
+  // One scan: each new report goes through parse; what it returns is kept, in order.
+  template <typename Info, typename Parse>
+  [[nodiscard]] std::vector<Info> collectNewInfos(Parse parse) {
+    std::vector<Info> infos;
+    for (const auto& path : scanForNewReports(scan_, secondsSince1970())) {
+      if (auto info = parse(path)) infos.push_back(std::move(*info));
+    }
+    return infos;
+  }
 
   // False when no callback is set: the record is then simply not delivered.
   template <typename Record>
@@ -72,7 +96,9 @@ class ReportEventsBase : public IEventSource, public std::enable_shared_from_thi
   SerialQueue execQueue;
 
  private:
+  std::string cachePath_;
   std::chrono::nanoseconds interval_;
+  ReportScanSettings scan_;
   CallbackGate<Callback> gate_;
   std::mutex lifecycleMutex_;
   std::atomic<bool> stopped_{false};

@@ -2,9 +2,8 @@
 
 #include <sys/stat.h>
 
-#include <cmath>
-
 #include "frame/logger.h"
+#include "reports/report_date.h"
 
 namespace sondrel {
 
@@ -31,11 +30,9 @@ uint64_t retrieveTimeStamp(const std::string& path) {
     case SigningTimeStep::found:
       break;
   }
-  if (!std::isfinite(reading.seconds) || reading.seconds < 0 || reading.seconds >= 18446744073709551616.0) {
-    Logger::logWarning("Timestamp infomation for {} is invalid.", path);
-    return 0;
-  }
-  return static_cast<uint64_t>(reading.seconds);
+  if (const auto whole = wholeSeconds(reading.seconds)) return *whole;
+  Logger::logWarning("Timestamp infomation for {} is invalid.", path);
+  return 0;
 }
 
 }  // namespace sondrel

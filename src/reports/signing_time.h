@@ -11,7 +11,9 @@ enum class SigningTimeStep { found, staticCodeFailed, signingInformationFailed, 
 
 struct SigningTimeReading {
   SigningTimeStep step = SigningTimeStep::staticCodeFailed;
-  double seconds = 0;  // since 1970; meaningful only when step is found
+  // Since 1970, as the OS gave it: whether it is finite and fits the count is
+  // checked by retrieveTimeStamp. Meaningful only when step is found.
+  double seconds = 0;
 };
 
 // Implemented per platform: the code signature of the file at path.

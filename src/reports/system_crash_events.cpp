@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 #include "frame/c_strings.h"
-#include "frame/file_utils.h"
 
 namespace sondrel {
 
@@ -32,21 +31,14 @@ std::vector<std::string> defaultPanicDirs() {
 
 SystemCrashEvents::SystemCrashEvents(std::string cachePath, std::unique_ptr<PanicReportParser> parser,
                                      std::chrono::nanoseconds interval, ReportFolders panicDirs, CandidateRules rules)
-    : ReportEventsBase(kQueueLabel, interval), cachePath_(std::move(cachePath)), parser(std::move(parser)) {
-  scan_.suffixes = panicReportTypes;
-  scan_.folders = std::move(panicDirs);
-  scan_.cacheFile = cacheFilePath(cachePath_, cacheFileName);
-  scan_.foldRetired = true;
-  scan_.rules = rules;
+    : ReportEventsBase(kQueueLabel, interval, std::move(cachePath)), parser(std::move(parser)) {
+  watchReports(panicReportTypes, std::move(panicDirs), cacheFileName, rules, /*foldRetired=*/true);
 }
 
 std::vector<PanicInfo> SystemCrashEvents::collectNewPanicInfos() {
-  std::vector<PanicInfo> infos;
-  for (const auto& path : scanForNewReports(scan_, secondsSince1970())) {
-    if (!parser) continue;
-    if (auto info = parser->parsePanicReport(path)) infos.push_back(std::move(*info));
-  }
-  return infos;
+  return collectNewInfos<PanicInfo>([this](const std::string& path) {
+    return parser ? parser->parsePanicReport(path) : std::nullopt;
+  });
 }
 
 void SystemCrashEvents::eventTimerCallback() {

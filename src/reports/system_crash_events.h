@@ -38,9 +38,7 @@ class SystemCrashEvents final : public ReportEventsBase<SystemCrashEventCallback
   const std::string cacheFileName = "panic.plist";
 
  private:
-  std::string cachePath_;
   std::unique_ptr<PanicReportParser> parser;
-  ReportScanSettings scan_;
 };
 
 }  // namespace sondrel

@@ -2,22 +2,13 @@
 
 #include <re2/re2.h>
 
-#include <mutex>
-
 #include "frame/logger.h"
+#include "services/fan_out.h"
 #include "services/process_owner.h"
 
 namespace sondrel {
 
 namespace {
-
-// What the tasks of one fan-out fill. Shared with the tasks, so that a task
-// finishing after the wait gave up writes into memory that still exists.
-template <typename Value>
-struct SharedResults {
-  std::recursive_mutex lock;
-  Value value;
-};
 
 std::string describeUid(const std::optional<uint32_t>& uid) {
   return uid ? "Optional(" + std::to_string(*uid) + ")" : "nil";
@@ -26,6 +17,11 @@ std::string describeUid(const std::optional<uint32_t>& uid) {
 }  // namespace
 
 AccountLookup AccountLookup::system() { return {sondrel::userNameForUid, sondrel::uidOfProcess}; }
+
+std::optional<std::string> AccountLookup::userOfProcess(int32_t pid) const {
+  const auto uid = uidOfProcess(pid);
+  return uid ? userNameForUid(*uid) : std::nullopt;
+}
 
 std::string trimServiceName(const std::string& label) {
   static const RE2 uuidSuffix("[A-F0-9]{4}-[A-F0-9]{4}-[A-F0-9]{4}-[A-F0-9]{12}$");
@@ -65,28 +61,25 @@ std::optional<std::vector<ServiceRawData>> ServiceUtils::getUserServiceRawDataAr
   }
   // One slot per uid keeps the records in uid-list order whatever order the
   // queries finish in.
-  auto results = std::make_shared<SharedResults<std::vector<std::vector<ServiceRawData>>>>();
-  results->value.resize(uids->size());
-  TaskGroup group;
+  FanOut perUid(execQueue, std::vector<std::vector<ServiceRawData>>(uids->size()));
   for (size_t index = 0; index < uids->size(); ++index) {
-    group.async(execQueue, [results, index, uid = (*uids)[index], tool = commandUtils, parser = contentParser] {
+    perUid.async([index, uid = (*uids)[index], tool = commandUtils, parser = contentParser](const auto& publish) {
       const auto output = tool->fetchServicesListOutputFor(uid);
       auto records = output ? parser.parseServiceList(*output, uid) : std::nullopt;
       if (!records) {
         Logger::logDebug("Failed to list services for uid {}.", uid);
         return;
       }
-      std::lock_guard guard(results->lock);
-      results->value[index] = std::move(*records);
+      publish([&](auto& slots) { slots[index] = std::move(*records); });
     });
   }
-  if (!group.waitFor(timeout)) {
+  auto listed = perUid.waitFor(timeout);
+  if (!listed) {
     Logger::logDebug("Failed to list the services because of timeout.");
     return std::nullopt;
   }
-  std::lock_guard guard(results->lock);
   std::vector<ServiceRawData> all;
-  for (auto& records : results->value) {
+  for (auto& records : *listed) {
     for (auto& record : records) all.push_back(std::move(record));
   }
   return all;
@@ -104,18 +97,18 @@ std::vector<ServiceRawData> ServiceUtils::getSystemServiceRawDataArray() {
 
 std::optional<std::map<std::string, std::string>> ServiceUtils::buildServiceProgramMap(
     const std::map<std::string, ServiceRawData>& records) {
-  auto programs = std::make_shared<SharedResults<std::map<std::string, std::string>>>();
+  std::map<std::string, std::string> cached;
   std::vector<ServiceRawData> unknown;
   for (const auto& [label, record] : records) {
     if (auto program = serviceInfoCache ? serviceInfoCache->getServiceProgram(label) : std::nullopt) {
-      programs->value.emplace(label, std::move(*program));
+      cached.emplace(label, std::move(*program));
     } else {
       unknown.push_back(record);
     }
   }
-  TaskGroup group;
+  FanOut programs(execQueue, std::move(cached));
   for (auto& record : unknown) {
-    group.async(execQueue, [programs, record = std::move(record), tool = commandUtils, parser = contentParser] {
+    programs.async([record = std::move(record), tool = commandUtils, parser = contentParser](const auto& publish) {
       const auto output = record.uid ? tool->fetchServiceInfoOutputFor(record.service, *record.uid)
                                      : tool->fetchSystemServiceInfoOutputFor(record.service);
       if (!output) Logger::logDebug("Failed to get service info by launchctl.");
@@ -124,24 +117,18 @@ std::optional<std::map<std::string, std::string>> ServiceUtils::buildServiceProg
         Logger::logDebug("Failed to get program for service {} with user {}", record.service, describeUid(record.uid));
         return;
       }
-      std::lock_guard guard(programs->lock);
-      programs->value.insert_or_assign(record.service, std::move(*program));
+      publish([&](auto& found) { found.insert_or_assign(record.service, std::move(*program)); });
     });
   }
-  if (!group.waitFor(timeout)) {
-    Logger::logDebug("Failed to get programs because of timeout.");
-    return std::nullopt;
-  }
-  std::lock_guard guard(programs->lock);
-  return programs->value;
+  auto found = programs.waitFor(timeout);
+  if (!found) Logger::logDebug("Failed to get programs because of timeout.");
+  return found;
 }
 
 std::optional<std::string> ServiceUtils::userOf(const ServiceRawData& record) const {
   if (record.uid) return accounts_.userNameForUid(*record.uid);
   if (record.pid) {
-    if (auto uid = accounts_.uidOfProcess(*record.pid)) {
-      if (auto name = accounts_.userNameForUid(*uid)) return name;
-    }
+    if (auto name = accounts_.userOfProcess(*record.pid)) return name;
   }
   return std::string("root");
 }

@@ -37,6 +37,10 @@ struct AccountLookup {
   std::function<std::optional<std::string>(uint32_t uid)> userNameForUid;
   std::function<std::optional<uint32_t>(int32_t pid)> uidOfProcess;
   [[nodiscard]] static AccountLookup system();
+
+  // The login name a running process runs as; nothing when the process or
+  // its user id can't be looked up.
+  [[nodiscard]] std::optional<std::string> userOfProcess(int32_t pid) const;
 };
 
 // Drops the per-instance suffixes the system appends to some labels, so one

@@ -3,10 +3,10 @@
 #include <unistd.h>
 
 #include <map>
-#include <mutex>
 
 #include "frame/logger.h"
 #include "frame/users.h"
+#include "services/fan_out.h"
 
 namespace sondrel {
 
@@ -72,16 +72,10 @@ std::vector<std::string> SystemdServiceUtils::unitDirsFor(const std::optional<st
 
 std::optional<std::vector<SystemdServiceUtils::Listed>> SystemdServiceUtils::listUserUnits(
     const std::vector<std::string>& userNames) {
-  struct Shared {
-    std::mutex lock;
-    std::vector<std::vector<SystemdUnit>> perUser;
-  };
-  auto shared = std::make_shared<Shared>();
-  shared->perUser.resize(userNames.size());
-  TaskGroup group;
+  FanOut perUser(execQueue_, std::vector<std::vector<SystemdUnit>>(userNames.size()));
   for (size_t index = 0; index < userNames.size(); ++index) {
-    group.async(execQueue_, [shared, index, name = userNames[index], factory = runnerFactory_,
-                             systemctl = locations_.systemctl] {
+    perUser.async([index, name = userNames[index], factory = runnerFactory_,
+                   systemctl = locations_.systemctl](const auto& publish) {
       auto args = listUnitsArgs();
       for (auto& arg : userScope(name)) args.push_back(std::move(arg));
       const auto output = runSystemctl(factory, systemctl, args);
@@ -90,18 +84,17 @@ std::optional<std::vector<SystemdServiceUtils::Listed>> SystemdServiceUtils::lis
         return;
       }
       auto units = parseSystemdUnitList(*output);
-      std::lock_guard guard(shared->lock);
-      shared->perUser[index] = std::move(units);
+      publish([&](auto& slots) { slots[index] = std::move(units); });
     });
   }
-  if (!group.waitFor(timeout_)) {
+  auto units = perUser.waitFor(timeout_);
+  if (!units) {
     Logger::logDebug("Failed to list the services because of timeout.");
     return std::nullopt;
   }
-  std::lock_guard guard(shared->lock);
   std::vector<Listed> listed;
   for (size_t index = 0; index < userNames.size(); ++index) {
-    for (auto& unit : shared->perUser[index]) listed.push_back({std::move(unit), userNames[index]});
+    for (auto& unit : (*units)[index]) listed.push_back({std::move(unit), userNames[index]});
   }
   return listed;
 }
@@ -144,25 +137,19 @@ std::optional<std::vector<ServiceInfo>> SystemdServiceUtils::getServices() {
 
   // What the unit files can't tell (no file, or the main process of a
   // running system unit) is asked of systemctl, one unit per task.
-  struct Shared {
-    std::mutex lock;
-    std::map<size_t, UnitDetails> details;
-  };
-  auto shared = std::make_shared<Shared>();
-  TaskGroup group;
+  FanOut<std::map<size_t, UnitDetails>> perUnit(execQueue_);
   for (size_t index = 0; index < listed.size(); ++index) {
     const auto& entry = listed[index];
     const auto& dirs = entry.userName ? userDirs[*entry.userName] : locations_.systemUnitDirs;
     UnitDetails known{unitFiles_.programOf(entry.unit.name, dirs), std::nullopt};
     const bool askPid = !entry.userName && entry.unit.active == "active";
     if (known.program && !askPid) {
-      std::lock_guard guard(shared->lock);
-      shared->details.emplace(index, std::move(known));
+      perUnit.publish([&](auto& details) { details.emplace(index, std::move(known)); });
       continue;
     }
     std::vector<std::string> scope = entry.userName ? userScope(*entry.userName) : std::vector<std::string>{};
-    group.async(execQueue_, [shared, index, known = std::move(known), askPid, scope = std::move(scope),
-                             unit = entry.unit.name, factory = runnerFactory_, systemctl = locations_.systemctl]() mutable {
+    perUnit.async([index, known = std::move(known), askPid, scope = std::move(scope), unit = entry.unit.name,
+                   factory = runnerFactory_, systemctl = locations_.systemctl](const auto& publish) mutable {
       auto withScope = [&](std::vector<std::string> args) {
         args.insert(args.end(), scope.begin(), scope.end());
         return args;
@@ -178,27 +165,24 @@ std::optional<std::vector<ServiceInfo>> SystemdServiceUtils::getServices() {
           known.mainPid = parseShownMainPid(*shown);
         }
       }
-      std::lock_guard guard(shared->lock);
-      shared->details.emplace(index, std::move(known));
+      publish([&](auto& details) { details.emplace(index, std::move(known)); });
     });
   }
-  if (!group.waitFor(timeout_)) {
+  const auto allDetails = perUnit.waitFor(timeout_);
+  if (!allDetails) {
     Logger::logDebug("Failed to get programs because of timeout.");
     return std::nullopt;
   }
 
-  std::lock_guard guard(shared->lock);
   std::vector<ServiceInfo> services;
-  for (const auto& [index, details] : shared->details) {
+  for (const auto& [index, details] : *allDetails) {
     if (!details.program) continue;
     const auto& entry = listed[index];
     std::string user = "root";
     if (entry.userName) {
       user = *entry.userName;
     } else if (details.mainPid) {
-      if (auto uid = accounts_.uidOfProcess(*details.mainPid)) {
-        if (auto name = accounts_.userNameForUid(*uid)) user = std::move(*name);
-      }
+      if (auto name = accounts_.userOfProcess(*details.mainPid)) user = std::move(*name);
     }
     services.push_back({entry.unit.name, *details.program, std::move(user)});
   }

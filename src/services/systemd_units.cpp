@@ -21,11 +21,6 @@ std::vector<std::string_view> splitWords(std::string_view text) {
   return words;
 }
 
-std::string fileNameOf(const std::string& path) {
-  const auto slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 // Unit files are a few kilobytes; anything past this is not a unit file.
 constexpr size_t kMaxUnitFileBytes = 1024 * 1024;
 
@@ -105,7 +100,7 @@ void SystemdUnitFileCache::update(const std::vector<std::string>& dirs) {
     for (const auto& file : CommonUtils::getFiles({".service"}, {dir})) {
       const auto text = readFileCapped(file, kMaxUnitFileBytes);
       if (!text) continue;
-      if (auto program = parseExecStartProgram(*text)) programs.emplace(fileNameOf(file), std::move(*program));
+      if (auto program = parseExecStartProgram(*text)) programs.emplace(lastPathComponent(file), std::move(*program));
     }
   }
 }

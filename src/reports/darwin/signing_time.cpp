@@ -7,8 +7,6 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <Security/Security.h>
 
-#include <cmath>
-
 #include "frame/darwin/cf_utils.h"
 
 namespace sondrel {
@@ -37,7 +35,6 @@ SigningTimeReading readSigningTime(const std::string& path) {
   if (CFGetTypeID(stamp) != CFDateGetTypeID()) return {SigningTimeStep::timestampInvalid, 0};
 
   const double seconds = CFDateGetAbsoluteTime(static_cast<CFDateRef>(stamp)) + kCFAbsoluteTimeIntervalSince1970;
-  if (!std::isfinite(seconds)) return {SigningTimeStep::timestampInvalid, 0};
   return {SigningTimeStep::found, seconds};
 }
 
